@@ -1,0 +1,21 @@
+include(GoogleTest)
+
+# wkagent_test(NAME SOURCES... [PRIVATE] [LIBRARIES...]): one test program, each of its cases a test
+# of ctest in a process of its own. With PRIVATE it is made of the library's objects, so that it
+# reaches private helpers; else it links the shared library as any host does.
+function(wkagent_test name)
+  cmake_parse_arguments(arg "PRIVATE" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/tests")
+  if(arg_PRIVATE)
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/include")
+    target_link_libraries(${name} PRIVATE wkagent_objects LibXml2::LibXml2 Threads::Threads)
+  else()
+    target_link_libraries(${name} PRIVATE wkagent::wkagent)
+  endif()
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} LibXml2::LibXml2 GTest::gmock_main)
+  target_compile_definitions(${name} PRIVATE
+    WKAGENT_SOURCE_DIR="${PROJECT_SOURCE_DIR}" WKAGENT_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  wkagent_target_defaults(${name})
+  gtest_discover_tests(${name} PROPERTIES TIMEOUT 300 DISCOVERY_TIMEOUT 60)
+endfunction()

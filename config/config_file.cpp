@@ -1,0 +1,141 @@
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <libxml/parser.h>
+#include <sys/stat.h>
+
+#include <wkagent/config.h>
+
+#include "config/xml_library.h"
+#include "core/bounded_copy.h"
+#include "core/handles.h"
+
+// What a reader owns beside its listed members.
+class WKConfigFile::State {
+ public:
+  wkagent::XmlDoc document;                // the one that `document` names
+  std::vector<wkagent::XmlDoc> handedOut;  // earlier ones, whose root the caller may still hold
+  bool rootTaken = false;                  // GetXMLRootNode was called on `document`
+  wkagent::XmlText value;                  // what `lastValue` names
+  std::string error;
+};
+
+namespace {
+
+// Reads the whole of a regular file. False, with errno set, where that cannot be done.
+[[nodiscard]] bool ReadWhole(const char* path, const struct stat& status, std::string& text) {
+  if (!S_ISREG(status.st_mode)) {
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return false;
+  }
+  if (status.st_size > INT_MAX) {  // the parser counts bytes in an int
+    errno = EFBIG;
+    return false;
+  }
+  const wkagent::File file(std::fopen(path, "re"));
+  if (file == nullptr) return false;
+  text.resize(static_cast<std::size_t>(status.st_size));
+  text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+  return std::ferror(file.get()) == 0;
+}
+
+// "path:line: reason" for what the parser could not take.
+std::string DescribeError(const char* path, xmlParserCtxt* parser) {
+  const xmlError* const error = xmlCtxtGetLastError(parser);
+  if (error == nullptr || error->message == nullptr) return std::string(path) + ": not XML";
+  std::string text(error->message);
+  text.erase(text.find_last_not_of(" \n") + 1);
+  return std::string(path) + ":" + std::to_string(std::max(error->line, 1)) + ": " + text;
+}
+
+// Removes one star at the front, then one at the back unless a single character is left.
+void DropStars(char* value) {
+  std::size_t length = std::strlen(value);
+  if (length > 0 && value[0] == '*') std::memmove(value, value + 1, length--);
+  if (length > 1 && value[length - 1] == '*') value[length - 1] = '\0';
+}
+
+}  // namespace
+
+WKConfigFile::WKConfigFile()
+    : document(nullptr),
+      rootNode(nullptr),
+      lastValue(nullptr),
+      message{},
+      state_(std::make_unique<State>()) {
+  wkagent::InitXmlLibrary();
+}
+
+WKConfigFile::~WKConfigFile() = default;
+
+int WKConfigFile::ReadFile(char* path) {
+  list.ClearList();
+  if (state_->rootTaken) state_->handedOut.push_back(std::move(state_->document));
+  state_->document.reset();
+  state_->rootTaken = false;
+  state_->error.clear();
+  document = nullptr;
+  if (path == nullptr) return 1;
+
+  errno = 0;
+  struct stat status {};
+  if (stat(path, &status) != 0) {
+    const int error = errno;
+    wkagent::FormatBounded(message, "WKConfigFile.ReadFile:Unable to access file %s - Error %d\n",
+                           path, error);
+    state_->error = std::string(path) + ": " + std::strerror(error);
+    LogStatus(message);
+    return 1;
+  }
+  std::string text;
+  if (!ReadWhole(path, status, text)) {
+    state_->error = std::string(path) + ": " + std::strerror(errno);
+    return 1;
+  }
+  const wkagent::XmlParser parser(xmlNewParserCtxt());
+  // The parser's own messages do not belong on the host's standard error; GetReadError has them.
+  state_->document.reset(xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()),
+                                           "xml", nullptr,
+                                           XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+  if (state_->document == nullptr) {
+    state_->error = DescribeError(path, parser.get());
+    return 1;
+  }
+  document = state_->document.get();
+  return 0;
+}
+
+_xmlNode* WKConfigFile::GetXMLRootNode() {
+  if (document != nullptr) {
+    rootNode = xmlDocGetRootElement(document);
+    state_->rootTaken = true;
+  }
+  return rootNode;
+}
+
+char* WKConfigFile::GetTagValue(_xmlNode* element, char* attributeName) {
+  xmlChar* value = nullptr;
+  if (element != nullptr && attributeName != nullptr) {
+    value = xmlGetProp(element, reinterpret_cast<const xmlChar*>(attributeName));
+  }
+  state_->value.reset(reinterpret_cast<char*>(value));
+  lastValue = state_->value.get();
+  if (lastValue != nullptr) DropStars(lastValue);
+  return lastValue;
+}
+
+char* WKConfigFile::GetNodeContent(_xmlNode* element) {
+  xmlChar* const content = element == nullptr ? nullptr : xmlNodeGetContent(element);
+  state_->value.reset(reinterpret_cast<char*>(content));
+  lastValue = state_->value.get();
+  return lastValue;
+}
+
+const char* WKConfigFile::GetReadError() {
+  return state_->error.empty() ? nullptr : state_->error.c_str();
+}

@@ -1,0 +1,5 @@
+#include <wkagent/core.h>
+
+WKAlert::WKAlert() : statusText{}, message{} {}
+
+WKAlert::~WKAlert() = default;

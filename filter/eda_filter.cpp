@@ -1,0 +1,30 @@
+#include <cstdio>
+
+#include <wkagent/filter.h>
+
+#include "filter/decision.h"
+
+WKEDAFilter::WKEDAFilter(char* fileName) : WKFilter(fileName) {
+  if (ReadFilter() != 0) std::fprintf(stderr, "Error reading file %s\n", filterPath);
+}
+
+int WKEDAFilter::ReadFilter() {
+  WKEdaConfig reader;
+  reader.InitializeLogMessage(logCallback);
+  const int result = reader.ReadFile(filterPath);
+  SetReadError(reader.GetReadError());
+  if (result != 0) return 1;
+  CLinkList fresh;
+  reader.GetFilterStatements(fresh);
+  ReplaceStatements(fresh);
+  return 0;
+}
+
+bool WKEDAFilter::PassFilter(int operation, char* user, char* node, char* object, char* className,
+                             char* attribute, char* value) {
+  return wkagent::DecideEvent<WKEDAFilterStatement>(*this, [&](WKEDAFilterStatement& statement) {
+    return statement.PassStatement(operation, user, node, object, className, attribute, value);
+  });
+}
+
+void WKEDAFilter::PrintFilter() { PrintStatements(); }

@@ -1,0 +1,38 @@
+#include <memory>
+
+#include <wkagent/filter.h>
+
+#include "core/bounded_copy.h"
+#include "filter/decision.h"
+#include "filter/dotted_name.h"
+#include "filter/pointer_list.h"
+
+WKFilter::WKFilter(char* fileName) : filterPath{}, message{}, alertsExcluded(false) {
+  wkagent::FormatBounded(filterPath, "../config/%s", fileName == nullptr ? "" : fileName);
+}
+
+WKFilter::~WKFilter() {
+  wkagent::ReleaseAlerts(alerts);
+  wkagent::ReleaseStatements(statements);
+}
+
+int WKFilter::AddNode(void* data, int size) { return statements.AddNode(data, size); }
+
+int WKFilter::GetNode(void* buffer, int size) { return statements.GetNode(buffer, size); }
+
+char* WKFilter::ConvertToNDAPFormat(char* name) { return wkagent::ConvertTypedName(name, '.'); }
+
+const char* WKFilter::GetReadError() { return readError_.empty() ? nullptr : readError_.c_str(); }
+
+void WKFilter::SetReadError(const char* error) { readError_ = error == nullptr ? "" : error; }
+
+void WKFilter::ReplaceStatements(CLinkList& fresh) {
+  wkagent::ReleaseStatements(statements);
+  wkagent::ForEachObject<WKFilterStatement>(
+      fresh, [&](WKFilterStatement* statement) { AddNode(&statement, sizeof(statement)); });
+}
+
+void WKFilter::PrintStatements() {
+  wkagent::ForEachObject<WKFilterStatement>(
+      statements, [](WKFilterStatement* statement) { statement->PrintfFilter(); });
+}

@@ -1,0 +1,90 @@
+#include "output/safe_archive.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace wkagent {
+namespace {
+
+constexpr char kPending[] = ".pending";
+constexpr std::size_t kStampLength = 14;
+
+std::string Numbered(int number) {
+  char text[16];
+  std::snprintf(text, sizeof(text), "_%04d", number);
+  return text;
+}
+
+int RenameWithoutReplacing(const std::string& from, const std::string& to) {
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  // The file system cannot do it in one step; the outbox has no other writer of these names.
+  if (access(to.c_str(), F_OK) == 0) return EEXIST;
+  return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+// Moves `from` to the first free name of those that `name(number)` gives from `number` on.
+template <typename Name>
+Move MoveToFreeName(const std::string& from, int number, Name name) {
+  Move move;
+  do {
+    move.to = name(number++);
+    move.error = RenameWithoutReplacing(from, move.to);
+  } while (move.error == EEXIST);
+  return move;
+}
+
+}  // namespace
+
+std::string ArchivePath(const std::string& rootElement, const std::string& stamp, int number) {
+  return "../outbox/" + rootElement.substr(0, 3) + stamp + (number == 0 ? "" : Numbered(number)) +
+         ".xml";
+}
+
+Move Archive(const std::string& from, const std::string& rootElement, const std::string& stamp) {
+  Move move{ArchivePath(rootElement, stamp, 0)};
+  errno = 0;
+  if (std::rename(from.c_str(), move.to.c_str()) != 0) move.error = errno;
+  return move;
+}
+
+Move ArchiveWithoutReplacing(const std::string& from, const std::string& rootElement,
+                             const std::string& stamp) {
+  return MoveToFreeName(from, 0,
+                        [&](int number) { return ArchivePath(rootElement, stamp, number); });
+}
+
+Move SetAside(const std::string& liveFile, const std::string& stamp) {
+  return MoveToFreeName(liveFile, 1, [&](int number) {
+    return liveFile + "." + stamp + Numbered(number) + kPending;
+  });
+}
+
+std::vector<std::string> FilesSetAside(const std::string& liveFile) {
+  const std::filesystem::path live(liveFile);
+  const std::string prefix = live.filename().string() + ".";
+  std::vector<std::string> files;
+  std::error_code error;
+  const auto folder = live.has_parent_path() ? live.parent_path() : std::filesystem::path(".");
+  for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    if (name.size() > prefix.size() + kStampLength && name.starts_with(prefix) &&
+        name.ends_with(kPending)) {
+      files.push_back(liveFile + name.substr(prefix.size() - 1));
+    }
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::string StampOf(const std::string& liveFile, const std::string& setAside) {
+  return setAside.substr(liveFile.size() + 1, kStampLength);
+}
+
+}  // namespace wkagent
