@@ -1,0 +1,38 @@
+#ifndef WKAGENT_AGENT_FEED_H
+#define WKAGENT_AGENT_FEED_H
+
+#include <string_view>
+
+#include <wkagent/output.h>
+
+namespace wkagent {
+
+// Takes what a feed finds, in the order of the input.
+class FeedSink {
+ public:
+  virtual ~FeedSink() = default;
+
+  // One event. Its texts are UTF-8 that XML can carry, cut to their fields.
+  virtual void OnEvent(tagWKEventData& event) = 0;
+
+  // An entry that cannot be understood, with the line that it fails at. `reason` holds no values of
+  // the input: they may be secret.
+  virtual void OnMalformed(long line, std::string_view reason) = 0;
+};
+
+// A feed turns the bytes of one kind of input into events. It is handed the input in blocks of any
+// size, cut anywhere, and reports each entry to its sink as soon as that is complete.
+class Feed {
+ public:
+  virtual ~Feed() = default;
+
+  virtual void Take(std::string_view block) = 0;
+
+  // The input has ended: reports what is left and makes ready for another input, whose first line
+  // is line 1.
+  virtual void Finish() = 0;
+};
+
+}  // namespace wkagent
+
+#endif  // WKAGENT_AGENT_FEED_H

@@ -1,0 +1,121 @@
+#include "agent/jsonl_feed.h"
+
+#include <cstdint>
+#include <ctime>
+
+#include "agent/event_codes.h"
+#include "agent/field_text.h"
+#include "agent/secret_attributes.h"
+
+namespace wkagent {
+namespace {
+
+constexpr std::size_t kLongestLine = std::size_t{1} << 20;
+constexpr std::time_t kLastYear9999 = 253402300799;  // 9999-12-31T23:59:59Z
+
+using Value = simdjson::dom::element;
+
+struct Field {
+  std::string_view name;
+  // Stores a value; null, or what is wrong with it.
+  const char* (*set)(tagWKEventData&, const Value&);
+};
+
+[[nodiscard]] bool ReadInteger(const Value& value, std::int64_t smallest, std::int64_t largest,
+                               std::int64_t& number) {
+  return value.get(number) == simdjson::SUCCESS && number >= smallest && number <= largest;
+}
+
+template <auto kField>
+const char* SetText(tagWKEventData& event, const Value& value) {
+  std::string_view text;
+  if (value.get(text) != simdjson::SUCCESS) return "a text field does not hold a text";
+  SetField(event.*kField, text);
+  return nullptr;
+}
+
+const char* SetEventId(tagWKEventData& event, const Value& value) {
+  std::int64_t number = 0;
+  if (!ReadInteger(value, 1, UINT16_MAX, number)) {
+    return "EventID is not a whole number from 1 to 65535";
+  }
+  event.EventID = static_cast<std::uint16_t>(number);
+  return nullptr;
+}
+
+const char* SetStatus(tagWKEventData& event, const Value& value) {
+  std::int64_t number = 0;
+  if (!ReadInteger(value, INT64_MIN, INT64_MAX, number)) return "Status is not a whole number";
+  event.Status = number;
+  return nullptr;
+}
+
+const char* SetEventTime(tagWKEventData& event, const Value& value) {
+  std::int64_t number = 0;
+  if (!ReadInteger(value, 0, kLastYear9999, number)) {
+    return "EventTime is not in seconds from 1970 to the year 9999";
+  }
+  event.EventTime = number;
+  return nullptr;
+}
+
+constexpr Field kFields[] = {
+    {"EventID", SetEventId},
+    {"Status", SetStatus},
+    {"UserName", SetText<&tagWKEventData::UserName>},
+    {"NodeAddress", SetText<&tagWKEventData::NodeAddress>},
+    {"Class1", SetText<&tagWKEventData::Class1>},
+    {"Object1", SetText<&tagWKEventData::Object1>},
+    {"Attribute1", SetText<&tagWKEventData::Attribute1>},
+    {"AttributeValue", SetText<&tagWKEventData::AttributeValue>},
+    {"Class2", SetText<&tagWKEventData::Class2>},
+    {"Object2", SetText<&tagWKEventData::Object2>},
+    {"ServerName", SetText<&tagWKEventData::ServerName>},
+    {"TreeName", SetText<&tagWKEventData::TreeName>},
+    {"EventTime", SetEventTime},
+};
+
+}  // namespace
+
+JsonlFeed::JsonlFeed(FeedSink& sink) : sink_(sink), splitter_(kLongestLine) {}
+
+void JsonlFeed::Take(std::string_view block) {
+  splitter_.Split(block, [this](std::string_view line) { TakeLine(line); });
+}
+
+void JsonlFeed::Finish() {
+  splitter_.Finish([this](std::string_view line) { TakeLine(line); });
+}
+
+void JsonlFeed::TakeLine(std::string_view line) {
+  if (line.find_first_not_of(" \t") == std::string_view::npos) return;
+  const char* const error =
+      splitter_.IsTooLong(line) ? "the line is longer than 1 MiB" : ReadEvent(line);
+  if (error != nullptr) return sink_.OnMalformed(splitter_.Number(), error);
+  if (event_.EventID == kPasswordChanged || IsSecretAttribute(event_.Attribute1)) {
+    SetField(event_.AttributeValue, "");
+  }
+  sink_.OnEvent(event_);
+}
+
+const char* JsonlFeed::ReadEvent(std::string_view line) {
+  simdjson::dom::object object;
+  if (parser_.parse(line.data(), line.size()).get(object) != simdjson::SUCCESS) {
+    return "not a JSON object";
+  }
+  event_ = {};
+  bool hasTime = false;
+  for (const auto& [key, value] : object) {
+    if (value.is_null()) continue;
+    for (const Field& field : kFields) {
+      if (key != field.name) continue;
+      if (const char* const error = field.set(event_, value); error != nullptr) return error;
+      hasTime = hasTime || field.set == SetEventTime;
+    }
+  }
+  if (event_.EventID == 0) return "EventID is missing";
+  if (!hasTime) event_.EventTime = std::time(nullptr);
+  return nullptr;
+}
+
+}  // namespace wkagent

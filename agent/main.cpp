@@ -1,0 +1,17 @@
+#include <exception>
+
+#include "agent/agent.h"
+#include "agent/exit_status.h"
+#include "agent/options.h"
+#include "agent/report.h"
+
+int main(int argc, char** argv) {
+  try {
+    wkagent::Options options;
+    const int status = wkagent::ReadOptions(argc, argv, options);
+    return status >= 0 ? status : wkagent::RunAgent(options);
+  } catch (const std::exception& error) {
+    wkagent::Report(error.what());
+    return wkagent::kInternalError;
+  }
+}

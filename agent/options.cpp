@@ -1,0 +1,77 @@
+#include "agent/options.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <iostream>
+
+#include <wkagent/version.h>
+
+#include "agent/exit_status.h"
+
+namespace wkagent {
+namespace {
+
+struct NamedFeed {
+  const char* prefix;
+  FeedKind kind;
+};
+
+constexpr NamedFeed kFeeds[] = {{"auditlog:", FeedKind::kAuditlog}, {"jsonl:", FeedKind::kJsonl}};
+
+constexpr char kFooter[] =
+    "Feeds:\n"
+    "  auditlog:PATH   the LDIF change log of OpenLDAP's auditlog overlay\n"
+    "  jsonl:PATH      one JSON object a line, its keys the field names of an event\n"
+    "  PATH may be - for standard input.\n"
+    "\n"
+    "Signals: SIGTERM and SIGINT stop, SIGHUP reads the filters again, SIGUSR1 prints totals.\n"
+    "\n"
+    "Exit status: 0 done, 64 wrong usage, 66 input missing, 70 internal error,\n"
+    "73 output cannot be written, 78 bad configuration.";
+
+// Takes "KIND:PATH" apart; what is wrong with it, empty where nothing is.
+std::string ReadFeed(const std::string& text, Options& options) {
+  for (const NamedFeed& feed : kFeeds) {
+    if (!text.starts_with(feed.prefix)) continue;
+    const std::string path = text.substr(std::string(feed.prefix).size());
+    if (path.empty()) return "the path is missing";
+    options.feedKind = feed.kind;
+    options.feedPath = path == "-" ? path : std::filesystem::absolute(path).string();
+    return {};
+  }
+  return "KIND:PATH is expected, with auditlog or jsonl as KIND";
+}
+
+}  // namespace
+
+int ReadOptions(int argc, char** argv, Options& options) {
+  CLI::App app(
+      "Audits a directory server: reads its changes, keeps what the filters of the home "
+      "want kept, and archives it as XML in the home's outbox.",
+      "wkagentd");
+  app.footer(kFooter);
+  app.set_version_flag("--version", "wkagentd " WKAGENT_VERSION);
+  app.add_option("--home", options.home, "Folder that holds bin, config, outbox and tmp")
+      ->type_name("DIR")
+      ->required();
+  app.add_option_function<std::string>(
+         "--feed",
+         [&](const std::string& text) {
+           const std::string error = ReadFeed(text, options);
+           if (!error.empty()) throw CLI::ValidationError("--feed", error);
+         },
+         "Where events come from")
+      ->type_name("KIND:PATH")
+      ->required();
+  app.add_flag("--follow", options.follow,
+               "Keep reading as the file grows, also after it was rotated");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const bool answered = app.exit(error, std::cout, std::cerr) == 0;
+    return answered ? kDone : kUsageError;
+  }
+  return -1;
+}
+
+}  // namespace wkagent

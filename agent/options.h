@@ -1,0 +1,24 @@
+#ifndef WKAGENT_AGENT_OPTIONS_H
+#define WKAGENT_AGENT_OPTIONS_H
+
+#include <string>
+
+namespace wkagent {
+
+enum class FeedKind { kAuditlog, kJsonl };
+
+// What the command line asks for.
+struct Options {
+  std::string home;
+  FeedKind feedKind = FeedKind::kAuditlog;
+  std::string feedPath;  // "-" is standard input; else absolute
+  bool follow = false;
+};
+
+// Reads the command line. Returns -1 when the agent is to run, else the status to exit with: after
+// --help and --version, or after an error, which has been printed.
+[[nodiscard]] int ReadOptions(int argc, char** argv, Options& options);
+
+}  // namespace wkagent
+
+#endif  // WKAGENT_AGENT_OPTIONS_H
