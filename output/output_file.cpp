@@ -15,6 +15,7 @@
 #include "core/time_stamp.h"
 #include "output/live_file.h"
 #include "output/safe_archive.h"
+#include "output/unfinished_file.h"
 
 // What an output file keeps beside its listed members.
 class WKOutputFile::State {
@@ -93,7 +94,11 @@ bool WKOutputFile::ClearLiveFile() {
   if (state_->safe) RetryArchive();
   struct stat status {};
   if (stat(fileName, &status) != 0) return true;
-  const bool holdsRecords = state_->safe && recordCount > 0;
+  if (state_->safe && status.st_size > 0) {
+    if (!CompleteLiveFile()) return false;
+    if (stat(fileName, &status) != 0) return true;
+  }
+  const bool holdsRecords = state_->safe && recordCount > 0 && status.st_size > 0;
   if (status.st_size < kSmallestArchive && !holdsRecords) {
     std::remove(fileName);
     return true;
@@ -104,6 +109,23 @@ bool WKOutputFile::ClearLiveFile() {
   if (move.error == 0) return true;
   wkagent::FormatBounded(errorText, "Cannot set aside %s as %s Error Code:%d", fileName,
                          move.to.c_str(), move.error);
+  Report();
+  return false;
+}
+
+// False when the live file is no XML and cannot be made so.
+bool WKOutputFile::CompleteLiveFile() {
+  switch (wkagent::CompleteFile(fileName, rootElement, groupElement)) {
+    case wkagent::Completion::kWasComplete:
+      return true;
+    case wkagent::Completion::kCompleted:
+      wkagent::FormatBounded(errorText, "Completed unfinished file %s", fileName);
+      Report();
+      return true;
+    case wkagent::Completion::kFailed:
+      break;
+  }
+  wkagent::FormatBounded(errorText, "Cannot complete unfinished file %s", fileName);
   Report();
   return false;
 }

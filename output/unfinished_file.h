@@ -1,0 +1,21 @@
+#ifndef WKAGENT_OUTPUT_UNFINISHED_FILE_H
+#define WKAGENT_OUTPUT_UNFINISHED_FILE_H
+
+#include <string>
+
+namespace wkagent {
+
+enum class Completion { kWasComplete, kCompleted, kFailed };
+
+// Completes an audit file whose writer was killed or ran out of disk: cuts it after the last whole
+// record and adds the end of its group and root elements, so that it is XML again. A file without
+// any whole record becomes empty.
+//
+// It relies on how the files are laid out: a line an element, records indented by four blanks, and
+// no raw line break within a value.
+[[nodiscard]] Completion CompleteFile(const std::string& path, const std::string& rootElement,
+                                      const std::string& groupElement);
+
+}  // namespace wkagent
+
+#endif  // WKAGENT_OUTPUT_UNFINISHED_FILE_H
