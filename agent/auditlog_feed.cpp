@@ -39,9 +39,14 @@ std::string_view ModifierOf(const LdifRecord& record) {
 }
 
 bool HasBinaryOption(std::string_view attribute) {
-  constexpr std::string_view kBinary = ";binary";
-  const std::string_view options = attribute.substr(BaseName(attribute).size());
-  return options.size() >= kBinary.size() && Same(options.substr(0, kBinary.size()), kBinary);
+  std::string_view options = attribute.substr(BaseName(attribute).size());
+  while (!options.empty()) {
+    options.remove_prefix(1);  // the semicolon
+    const std::string_view option = BaseName(options);
+    if (Same(option, "binary")) return true;
+    options.remove_prefix(option.size());
+  }
+  return false;
 }
 
 }  // namespace
@@ -162,12 +167,13 @@ void AuditlogFeed::FillOrigin(const LdifRecord& record) {
 void AuditlogFeed::Emit(const Change& change) {
   event_.EventID = change.code;
   SetField(event_.Attribute1, change.attribute);
+  const std::string value = WithoutCredentials(change.attribute, change.value);
   if (IsSecretAttribute(change.attribute)) {
     SetField(event_.AttributeValue, "");
-  } else if (HasBinaryOption(change.attribute) || IsBinary(change.value)) {
-    SetField(event_.AttributeValue, EncodeBase64(change.value, sizeof(event_.AttributeValue) - 1));
+  } else if (HasBinaryOption(change.attribute) || IsBinary(value)) {
+    SetField(event_.AttributeValue, EncodeBase64(value, sizeof(event_.AttributeValue) - 1));
   } else {
-    SetField(event_.AttributeValue, WithoutCredentials(change.attribute, change.value));
+    SetField(event_.AttributeValue, value);
   }
   SetField(event_.Object2, NamesSecondObject(change.code) ? DottedName(change.value) : newName_);
   sink_.OnEvent(event_);

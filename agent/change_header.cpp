@@ -1,5 +1,6 @@
 #include "agent/change_header.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "agent/distinguished_name.h"
@@ -22,11 +23,14 @@ std::string Address(std::string_view peer) {
 
 // Where the peer begins, as an offset of its leading blank; the length where there is none.
 std::size_t FindPeer(std::string_view text) {
+  std::size_t peer = text.size();
   for (const std::string_view kind : {" IP=", " PATH=", " UNKNOWN="}) {
     const std::size_t found = text.rfind(kind);
-    if (found != std::string_view::npos) return found;
+    if (found == std::string_view::npos) continue;
+    // The last of them: a user's name may look like a peer.
+    if (peer == text.size() || found > peer) peer = found;
   }
-  return text.size();
+  return peer;
 }
 
 // Splits "SUFFIX USER", both of which may hold blanks.
@@ -68,7 +72,8 @@ std::time_t ReadGeneralizedTime(std::string_view text) {
     return 0;
   }
   std::tm time{};
-  if (strptime(digits.c_str(), "%Y%m%d%H%M%S", &time) == nullptr) return 0;
+  const char* const end = strptime(digits.c_str(), "%Y%m%d%H%M%S", &time);
+  if (end == nullptr || *end != '\0') return 0;
   return timegm(&time);
 }
 

@@ -1,8 +1,8 @@
 #include "agent/distinguished_name.h"
 
+#include <algorithm>
 #include <cctype>
-
-#include <strings.h>
+#include <vector>
 
 namespace wkagent {
 namespace {
@@ -13,10 +13,17 @@ int HexValue(char digit) {
   return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
+// True when the last character stands behind a backslash that is not itself escaped.
+bool EndsEscaped(std::string_view text) {
+  text.remove_suffix(1);
+  const std::size_t slashes = text.size() - (text.find_last_not_of('\\') + 1);
+  return slashes % 2 != 0;
+}
+
 std::string_view Trimmed(std::string_view text) {
   while (text.starts_with(' ')) text.remove_prefix(1);
   // An escaped blank at the end belongs to the value.
-  while (text.ends_with(' ') && !text.ends_with("\\ ")) text.remove_suffix(1);
+  while (text.ends_with(' ') && !EndsEscaped(text)) text.remove_suffix(1);
   return text;
 }
 
@@ -70,25 +77,24 @@ std::string_view ValueOf(std::string_view pair) {
   return equals == std::string_view::npos ? pair : Trimmed(pair.substr(equals + 1));
 }
 
-// A name in a form in which equal names are equal but for case.
-std::string Comparable(std::string_view name) {
-  std::string text;
+// The RDNs of a name, each with its "type=value" texts in lower case, sorted.
+using Rdns = std::vector<std::vector<std::string>>;
+
+Rdns ComparableRdns(std::string_view name) {
+  Rdns rdns;
   while (!name.empty()) {
     std::string_view rdn = TakePart(name, ",;");
+    std::vector<std::string>& pairs = rdns.emplace_back();
     while (!rdn.empty()) {
       const std::string_view pair = TakePart(rdn, "+");
-      text += '\1';
-      text += Trimmed(pair.substr(0, pair.find('=')));
-      text += '\2';
+      std::string& text = pairs.emplace_back(Trimmed(pair.substr(0, pair.find('='))));
+      text += '=';
       AppendUnescaped(ValueOf(pair), text);
+      for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     }
-    text += '\3';
+    std::sort(pairs.begin(), pairs.end());
   }
-  return text;
-}
-
-bool SameIgnoringCase(std::string_view left, std::string_view right) {
-  return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+  return rdns;
 }
 
 }  // namespace
@@ -112,17 +118,13 @@ std::string_view ParentName(std::string_view name) {
 }
 
 bool SameName(std::string_view left, std::string_view right) {
-  return SameIgnoringCase(Comparable(left), Comparable(right));
+  return ComparableRdns(left) == ComparableRdns(right);
 }
 
 bool IsAtOrBelow(std::string_view name, std::string_view ancestor) {
-  const std::string whole = Comparable(name);
-  const std::string end = Comparable(ancestor);
-  if (end.size() > whole.size()) return false;
-  const std::size_t start = whole.size() - end.size();
-  // An RDN begins at the front or after the end of another one.
-  if (start > 0 && !end.empty() && whole[start - 1] != '\3') return false;
-  return SameIgnoringCase(std::string_view(whole).substr(start), end);
+  const Rdns whole = ComparableRdns(name);
+  const Rdns end = ComparableRdns(ancestor);
+  return end.size() <= whole.size() && std::equal(end.rbegin(), end.rend(), whole.rbegin());
 }
 
 }  // namespace wkagent

@@ -1,5 +1,6 @@
 #include "agent/field_text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>

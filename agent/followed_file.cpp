@@ -54,7 +54,10 @@ FollowedFile::State FollowedFile::AtEnd() {
     lseek(fd_.Get(), 0, SEEK_SET);
     return State::kReplaced;
   }
-  if (!NameHasMoved()) return State::kNothing;
+  if (!NameHasMoved()) {
+    lastLook_ = false;
+    return State::kNothing;
+  }
   // A writer may have added to the old file until just before it was renamed: read once more.
   if (!std::exchange(lastLook_, true)) return State::kNothing;
   lastLook_ = false;

@@ -61,7 +61,7 @@ void LdifReader::Take(std::string_view block) {
 
 void LdifReader::Finish() {
   splitter_.Finish([this](std::string_view line) {
-    if (IsEndMark(line)) return TakeLine(line);
+    if (line.empty() || IsEndMark(line)) return TakeLine(line);
     // What lacks its line end has been cut off, and so has the record that it stands in.
     const bool plainComment = line.starts_with('#') && !IsHeader(CommentText(line));
     if (state_ == State::kInRecord || lineOpen_ || !plainComment) {
@@ -72,19 +72,22 @@ void LdifReader::Finish() {
   });
   EndRecord();
   ReportUnusedHeader();
+  commentOpen_ = headerOpen_ = false;
 }
 
 void LdifReader::TakeLine(std::string_view line) {
   if (line.starts_with(' ') && (commentOpen_ || lineOpen_)) {
     if (lineOpen_) Append(line.substr(1));
+    if (headerOpen_ && header_.size() < kLongestLine) header_ += line.substr(1);
     return;
   }
   EndLogicalLine();
   commentOpen_ = line.starts_with('#');
+  headerOpen_ = false;
   if (line.empty()) return EndRecord();
   if (commentOpen_) return TakeComment(line);
   if (state_ == State::kSkippingRecord) return;
-  if (state_ == State::kSkippingGarbage && !line.starts_with("dn:")) return;
+  if (state_ == State::kSkippingGarbage && !IsNamed(line.substr(0, 3), "dn:")) return;
   lineStart_ = text_.size();
   lineNumber_ = splitter_.Number();
   lineOpen_ = true;
@@ -109,6 +112,7 @@ void LdifReader::TakeComment(std::string_view line) {
     ReportUnusedHeader();
     header_ = CommentText(line);
     headerLine_ = splitter_.Number();
+    headerOpen_ = true;
   }
 }
 

@@ -77,7 +77,8 @@ class LdifReader {
   std::string text_;     // the record's lines, one after another
   std::vector<Stored> lines_;
   bool lineOpen_ = false;     // the last logical line may still be continued
-  bool commentOpen_ = false;  // so may a comment, whose continuation is ignored
+  bool commentOpen_ = false;  // so may a comment
+  bool headerOpen_ = false;   // that comment is the header
   std::size_t lineStart_ = 0;
   long lineNumber_ = 0;
   LdifRecord record_;

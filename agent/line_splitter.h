@@ -57,11 +57,9 @@ class LineSplitter {
     return line;
   }
 
-  // Keeps one byte beyond the limit, by which IsTooLong tells.
-  void Keep(std::string_view part) {
-    const std::size_t room = kept_.size() > longest_ ? 0 : longest_ + 2 - kept_.size();
-    kept_.append(part.substr(0, room));
-  }
+  // Keeps two bytes beyond the limit: one by which IsTooLong tells, even where the other is the CR
+  // of the line end.
+  void Keep(std::string_view part) { kept_.append(part.substr(0, longest_ + 2 - kept_.size())); }
 
   const std::size_t longest_;
   std::string kept_;

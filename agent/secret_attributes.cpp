@@ -9,10 +9,21 @@ namespace wkagent {
 namespace {
 
 // Beside these, every attribute whose name contains "password".
-constexpr std::string_view kSecretAttributes[] = {
-    "2.5.4.35",   "olcRootPW",       "olcDbPass",  "pwdHistory", "unicodePwd",
-    "oathSecret", "krbPrincipalKey", "krbMKey",    "ipaNTHash",  "dhcpKeySecret",
-    "userPKCS12", "sambaLMHash",     "sambaNTHash"};
+constexpr std::string_view kSecretAttributes[] = {"2.5.4.35",          "olcRootPW",
+                                                  "olcDbPass",         "olcDbACLPasswd",
+                                                  "olcDbCryptKey",     "olcDbIDAssertPasswd",
+                                                  "pwdHistory",        "olcTLSCertificateKey",
+                                                  "unicodePwd",        "dBCSPwd",
+                                                  "lmPwdHistory",      "ntPwdHistory",
+                                                  "trustAuthIncoming", "supplementalCredentials",
+                                                  "trustAuthOutgoing", "oathSecret",
+                                                  "krbPrincipalKey",   "krbMKey",
+                                                  "ipaNTHash",         "dhcpKeySecret",
+                                                  "userPKCS12",        "sambaLMHash",
+                                                  "sambaNTHash"};
+
+// What a password follows in a setting of the directory server.
+constexpr std::string_view kSecretKeys[] = {"credentials=", "bindpw="};
 
 bool StartsWithIgnoringCase(std::string_view text, std::string_view start) {
   return text.size() >= start.size() && strncasecmp(text.data(), start.data(), start.size()) == 0;
@@ -25,15 +36,12 @@ std::size_t FindIgnoringCase(std::string_view text, std::string_view part, std::
   return std::string_view::npos;
 }
 
-// Where a word that begins at `start` ends: at its closing quote or before the next blank.
-std::size_t EndOfWord(std::string_view text, std::size_t start) {
-  std::size_t end = start;
-  if (start < text.size() && (text[start] == '"' || text[start] == '\'')) {
-    end = text.find(text[start], start + 1);
-  } else {
-    end = text.find(' ', start);
+// The length of the key that `text` begins with, 0 where it begins with none.
+std::size_t SecretKeySize(std::string_view text) {
+  for (const std::string_view key : kSecretKeys) {
+    if (StartsWithIgnoringCase(text, key)) return key.size();
   }
-  return end == std::string_view::npos ? text.size() : end;
+  return 0;
 }
 
 }  // namespace
@@ -51,17 +59,28 @@ bool IsSecretAttribute(std::string_view attribute) {
          FindIgnoringCase(name, "password", 0) != std::string_view::npos;
 }
 
+// The server reads a setting as words between blanks: a backslash escapes the next character, and
+// within double quotes, which may begin and end anywhere, a blank is part of the word.
 std::string WithoutCredentials(std::string_view attribute, std::string_view value) {
-  std::string text(value);
-  if (!StartsWithIgnoringCase(attribute, "olc")) return text;
-  constexpr std::string_view kKey = "credentials=";
-  std::size_t found = 0;
-  while ((found = FindIgnoringCase(text, kKey, found)) != std::string::npos) {
-    const std::size_t start = found + kKey.size();
-    text.replace(start, EndOfWord(text, start) - start, "***");
-    found = start;
+  if (!StartsWithIgnoringCase(attribute, "olc")) return std::string(value);
+  std::string shown;
+  bool quoted = false;
+  bool hidden = false;
+  for (std::size_t i = 0; i < value.size(); ++i) {
+    if (const std::size_t key = hidden ? 0 : SecretKeySize(value.substr(i)); key > 0) {
+      shown.append(value, i, key).append("***");
+      hidden = true;
+      i += key - 1;
+      continue;
+    }
+    const bool blank = std::isspace(static_cast<unsigned char>(value[i])) != 0;
+    if (blank && !quoted) hidden = false;
+    if (value[i] == '"') quoted = !quoted;
+    const std::size_t size = value[i] == '\\' ? 2 : 1;
+    if (!hidden) shown.append(value, i, size);
+    i += size - 1;
   }
-  return text;
+  return shown;
 }
 
 }  // namespace wkagent

@@ -14,6 +14,10 @@ install(FILES
   "${CMAKE_CURRENT_BINARY_DIR}/wkagentConfigVersion.cmake"
   DESTINATION ${wkagent_cmake_dir})
 
+# Relative to the file's own place, so that it is also true below the prefix of `cmake --install`.
+file(RELATIVE_PATH WKAGENT_PC_TO_PREFIX
+  "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+string(REGEX REPLACE "/$" "" WKAGENT_PC_TO_PREFIX "${WKAGENT_PC_TO_PREFIX}")
 configure_file(cmake/wkagent.pc.in wkagent.pc @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wkagent.pc"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

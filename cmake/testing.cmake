@@ -17,5 +17,7 @@ function(wkagent_test name)
   target_compile_definitions(${name} PRIVATE
     WKAGENT_SOURCE_DIR="${PROJECT_SOURCE_DIR}" WKAGENT_BINARY_DIR="${PROJECT_BINARY_DIR}")
   wkagent_target_defaults(${name})
+  # Tests are compiled once and run once: what they test is optimised, they need not be.
+  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
   gtest_discover_tests(${name} PROPERTIES TIMEOUT 300 DISCOVERY_TIMEOUT 60)
 endfunction()

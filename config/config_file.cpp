@@ -3,6 +3,8 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -27,8 +29,14 @@ class WKConfigFile::State {
 
 namespace {
 
+// The bytes of a file, `size` of them.
+struct Bytes {
+  std::unique_ptr<char[]> data;
+  std::size_t size = 0;
+};
+
 // Reads the whole of a regular file. False, with errno set, where that cannot be done.
-[[nodiscard]] bool ReadWhole(const char* path, const struct stat& status, std::string& text) {
+[[nodiscard]] bool ReadWhole(const char* path, const struct stat& status, Bytes& bytes) {
   if (!S_ISREG(status.st_mode)) {
     errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     return false;
@@ -39,8 +47,13 @@ namespace {
   }
   const wkagent::File file(std::fopen(path, "re"));
   if (file == nullptr) return false;
-  text.resize(static_cast<std::size_t>(status.st_size));
-  text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+  const auto size = static_cast<std::size_t>(status.st_size);
+  bytes.data.reset(new (std::nothrow) char[size]());
+  if (bytes.data == nullptr) {
+    errno = ENOMEM;
+    return false;
+  }
+  bytes.size = std::fread(bytes.data.get(), 1, size, file.get());
   return std::ferror(file.get()) == 0;
 }
 
@@ -49,7 +62,8 @@ std::string DescribeError(const char* path, xmlParserCtxt* parser) {
   const xmlError* const error = xmlCtxtGetLastError(parser);
   if (error == nullptr || error->message == nullptr) return std::string(path) + ": not XML";
   std::string text(error->message);
-  text.erase(text.find_last_not_of(" \n") + 1);
+  text.erase(std::min(text.find('\n'), text.size()));  // what follows the first line is a dump
+  text.erase(text.find_last_not_of(' ') + 1);
   return std::string(path) + ":" + std::to_string(std::max(error->line, 1)) + ": " + text;
 }
 
@@ -80,7 +94,10 @@ int WKConfigFile::ReadFile(char* path) {
   state_->rootTaken = false;
   state_->error.clear();
   document = nullptr;
-  if (path == nullptr) return 1;
+  if (path == nullptr) {
+    state_->error = std::string("(null): ") + std::strerror(EFAULT);
+    return 1;
+  }
 
   errno = 0;
   struct stat status {};
@@ -92,15 +109,17 @@ int WKConfigFile::ReadFile(char* path) {
     LogStatus(message);
     return 1;
   }
-  std::string text;
-  if (!ReadWhole(path, status, text)) {
+  Bytes bytes;
+  if (!ReadWhole(path, status, bytes)) {
     state_->error = std::string(path) + ": " + std::strerror(errno);
     return 1;
   }
   const wkagent::XmlParser parser(xmlNewParserCtxt());
+  // A new parser starts with the host's defaults, which may load external entities.
+  if (parser != nullptr) parser->options = 0;
   // The parser's own messages do not belong on the host's standard error; GetReadError has them.
-  state_->document.reset(xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()),
-                                           "xml", nullptr,
+  state_->document.reset(xmlCtxtReadMemory(parser.get(), bytes.data.get(),
+                                           static_cast<int>(bytes.size), "xml", nullptr,
                                            XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
   if (state_->document == nullptr) {
     state_->error = DescribeError(path, parser.get());

@@ -22,7 +22,8 @@ class WKOutputFile::State {
  public:
   bool safe = false;
   int archived = 0;
-  int writeError = 0;
+  int writeError = 0;         // of the open file
+  int earlierWriteError = 0;  // of those before it, since the host's OpenFile
 };
 
 namespace {
@@ -62,11 +63,15 @@ WKOutputFile::~WKOutputFile() { CloseFile(); }
 
 int WKOutputFile::OpenFile() {
   // A document that is still open is not completed, only released; what it had not yet written
-  // goes to the file that has been moved or removed by then.
+  // goes to the file that has been moved or removed by then, or, where no record may be lost, into
+  // it before that.
   Writer previous(std::exchange(writer, nullptr));
+  if (state_->safe) previous.reset();
   const bool cleared = ClearLiveFile();
   previous.reset();
   recordCount = 0;
+  state_->earlierWriteError = 0;
+  state_->writeError = 0;
   if (!cleared) return 1;
 
   writer = wkagent::NewFileWriter(fileName, &state_->writeError);
@@ -98,8 +103,8 @@ bool WKOutputFile::ClearLiveFile() {
     if (!CompleteLiveFile()) return false;
     if (stat(fileName, &status) != 0) return true;
   }
-  const bool holdsRecords = state_->safe && recordCount > 0 && status.st_size > 0;
-  if (status.st_size < kSmallestArchive && !holdsRecords) {
+  const bool isSmall = status.st_size < kSmallestArchive;
+  if (isSmall && !(state_->safe && wkagent::MayHoldRecord(fileName))) {
     std::remove(fileName);
     return true;
   }
@@ -180,7 +185,10 @@ int WKOutputFile::WriteEndRecord() {
 int WKOutputFile::ThresholdLimitReached() {
   if (recordCount == 0) return 0;
   CloseFile();
-  return OpenFile();
+  const int writeError = GetWriteError();
+  const int result = OpenFile();
+  state_->earlierWriteError = writeError;
+  return result;
 }
 
 int WKOutputFile::RenameLog() { return ArchiveFile(fileName, StampNow().c_str()); }
@@ -220,6 +228,8 @@ int WKOutputFile::GetArchivedCount() { return state_->archived; }
 
 int WKOutputFile::FlushFile() { return xmlTextWriterFlush(writer) < 0 ? 1 : 0; }
 
-int WKOutputFile::GetWriteError() { return state_->writeError; }
+int WKOutputFile::GetWriteError() {
+  return state_->earlierWriteError != 0 ? state_->earlierWriteError : state_->writeError;
+}
 
 void WKOutputFile::Report() { LogStatus(errorText); }

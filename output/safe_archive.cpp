@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <string_view>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -26,6 +27,16 @@ int RenameWithoutReplacing(const std::string& from, const std::string& to) {
   // The file system cannot do it in one step; the outbox has no other writer of these names.
   if (access(to.c_str(), F_OK) == 0) return EEXIST;
   return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+// True for "20261115082205_0001.pending".
+bool IsNameOfSetAside(std::string_view name) {
+  if (!name.ends_with(kPending)) return false;
+  name.remove_suffix(sizeof(kPending) - 1);
+  constexpr std::string_view kDigits = "0123456789";
+  return name.size() > kStampLength + 1 && name[kStampLength] == '_' &&
+         name.substr(0, kStampLength).find_first_not_of(kDigits) == name.npos &&
+         name.substr(kStampLength + 1).find_first_not_of(kDigits) == name.npos;
 }
 
 // Moves `from` to the first free name of those that `name(number)` gives from `number` on.
@@ -74,8 +85,8 @@ std::vector<std::string> FilesSetAside(const std::string& liveFile) {
   for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error)) {
     const std::string name = entry->path().filename().string();
-    if (name.size() > prefix.size() + kStampLength && name.starts_with(prefix) &&
-        name.ends_with(kPending)) {
+    if (name.starts_with(prefix) &&
+        IsNameOfSetAside(std::string_view(name).substr(prefix.size()))) {
       files.push_back(liveFile + name.substr(prefix.size() - 1));
     }
   }

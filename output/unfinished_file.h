@@ -5,16 +5,21 @@
 
 namespace wkagent {
 
+// What became of a file: nothing had to be done, which includes that it is not an audit file with
+// these names; or it was completed; or it could not be read or written.
 enum class Completion { kWasComplete, kCompleted, kFailed };
 
 // Completes an audit file whose writer was killed or ran out of disk: cuts it after the last whole
 // record and adds the end of its group and root elements, so that it is XML again. A file without
-// any whole record becomes empty.
+// any whole record becomes empty. What does not begin as such a file does is left as it is.
 //
 // It relies on how the files are laid out: a line an element, records indented by four blanks, and
 // no raw line break within a value.
 [[nodiscard]] Completion CompleteFile(const std::string& path, const std::string& rootElement,
                                       const std::string& groupElement);
+
+// False when the file at `path` surely holds no whole record.
+[[nodiscard]] bool MayHoldRecord(const std::string& path);
 
 }  // namespace wkagent
 
