@@ -127,7 +127,8 @@ ExitStatus RunAgent(const Options& options) {
     return kInputMissing;
   }
   std::error_code error;
-  const std::string home = std::filesystem::absolute(options.home, error).lexically_normal();
+  std::string home = std::filesystem::absolute(options.home, error).lexically_normal();
+  while (home.size() > 1 && home.ends_with('/')) home.pop_back();
   Fd lock;
   if (const ExitStatus status = EnterHome(home, lock); status != kDone) return status;
 

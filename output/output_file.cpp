@@ -103,8 +103,12 @@ bool WKOutputFile::ClearLiveFile() {
     if (!CompleteLiveFile()) return false;
     if (stat(fileName, &status) != 0) return true;
   }
-  const bool isSmall = status.st_size < kSmallestArchive;
-  if (isSmall && !(state_->safe && wkagent::MayHoldRecord(fileName))) {
+  bool worthKeeping = status.st_size >= kSmallestArchive;
+  if (state_->safe) {
+    worthKeeping = worthKeeping ? !wkagent::IsEmptyDocument(fileName, rootElement, groupElement)
+                                : wkagent::MayHoldRecord(fileName);
+  }
+  if (!worthKeeping) {
     std::remove(fileName);
     return true;
   }

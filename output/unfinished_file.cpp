@@ -96,6 +96,14 @@ Completion CompleteFile(const std::string& path, const std::string& rootElement,
   return std::fflush(appended.get()) == 0 ? Completion::kCompleted : Completion::kFailed;
 }
 
+bool IsEmptyDocument(const std::string& path, const std::string& rootElement,
+                     const std::string& groupElement) {
+  const std::string document =
+      FrameOf(rootElement, groupElement).head + "/>\n</" + rootElement + ">\n";
+  const File file(std::fopen(path.c_str(), "re"));
+  return file != nullptr && ReadAt(file.get(), 0, document.size() + 1) == document;
+}
+
 bool MayHoldRecord(const std::string& path) {
   const File file(std::fopen(path.c_str(), "re"));
   return file == nullptr || EndOfLastRecord(file.get()) != off_t{0};

@@ -18,6 +18,10 @@ enum class Completion { kWasComplete, kCompleted, kFailed };
 [[nodiscard]] Completion CompleteFile(const std::string& path, const std::string& rootElement,
                                       const std::string& groupElement);
 
+// True when the file is a complete document with these names and without any record.
+[[nodiscard]] bool IsEmptyDocument(const std::string& path, const std::string& rootElement,
+                                   const std::string& groupElement);
+
 // False when the file at `path` surely holds no whole record.
 [[nodiscard]] bool MayHoldRecord(const std::string& path);
 

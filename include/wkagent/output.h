@@ -87,8 +87,9 @@ class WKAGENT_EXPORT WKOutputFile : public WKLogStatus {
   // another (one that would is named "EDA20261115082205_0001.xml", and so on); a live file that
   // cannot be archived is set aside under "<live file>.<stamp>_<number>.pending", also when it was
   // left by an earlier process, and OpenFile and RetryArchive try again; OpenFile fails rather than
-  // overwrite records; a file that holds a record is never removed, however small; and
-  // a file that its writer could not complete is cut after its last whole record and completed.
+  // overwrite records; a file is removed when it holds no record and kept when it does, whatever
+  // its size; and a file that its writer could not complete is cut after its last whole record and
+  // completed.
   void SetSafeArchive(bool safe);
 
   // Tries again to archive what was set aside, oldest first. Returns the number of files that are
