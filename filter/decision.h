@@ -40,7 +40,7 @@ template <typename Statement, typename Covers>
   Statement* statement = nullptr;
   filter.statements.SetHead();
   while (filter.GetNode(&statement, sizeof(statement)) == 0) {
-    if (!covers(*statement)) continue;
+    if (statement == nullptr || !covers(*statement)) continue;
     if (statement->IsExcluded()) {
       ReleaseAlerts(filter.alerts);
       return false;

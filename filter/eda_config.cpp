@@ -52,16 +52,17 @@ void WKEdaConfig::MapEDADatatoObject(_xmlNode* element) {
   wkagent::WalkElements(element, [this](_xmlNode* node) {
     if (wkagent::HasName(node, "Filter")) return GetEDAFilterDetails(node);
     if (currentStatement == nullptr) return;
+    WKEDAFilterStatement& statement = *currentStatement;
     if (wkagent::HasName(node, "Operation")) return GetEDAOperations(node);
     if (wkagent::HasName(node, "SMTP")) return GetSMTPDetails(node);
-    if (wkagent::ReadCommonElement(*this, node, *currentStatement)) return;
+    if (wkagent::ReadCommonElement(*this, node, statement)) return;
     for (const FlagElement& entry : kFlagElements) {
       if (!wkagent::HasName(node, entry.name)) continue;
-      (currentStatement->*entry.set)(wkagent::ReadFlag(*this, node, entry.attribute));
+      (statement.*entry.set)(wkagent::ReadFlag(*this, node, entry.attribute));
     }
     for (const TextElement& entry : kTextElements) {
       if (!wkagent::HasName(node, entry.name)) continue;
-      (currentStatement->*entry.add)(wkagent::ReadText(*this, node, entry.attribute));
+      (statement.*entry.add)(wkagent::ReadText(*this, node, entry.attribute));
     }
   });
 }

@@ -40,7 +40,7 @@ constexpr CommonElement kCommonElements[] = {
 };
 
 // A time of day ("%H:%M:%S %p") on today's local date. Deliberate: the hour counts 24, so AM and PM
-// change nothing. What cannot be read stays midnight.
+// change nothing. What cannot be read stays 0.
 std::tm ReadTimeOfDay(WKConfigFile& file, _xmlNode* element, const char* attribute) {
   std::tm time = LocalTime(std::time(nullptr));
   time.tm_hour = 0;

@@ -3,8 +3,8 @@
 
 usage: scripts/coverage.py BUILD
 
-Reads what the programs of the build folder left behind with gcov, which comes with the compiler.
-Counts the library, its headers and the agent; a line that several objects hold counts once.
+Reads what the compiler and the programs left in the build folder with gcov, which comes with the
+compiler. Counts the library, its headers and the agent; a line that several objects hold counts once.
 """
 
 import gzip
@@ -19,8 +19,11 @@ FOLDERS = ("include", "core", "config", "filter", "output", "alert", "syslog", "
 
 
 def reports(build):
-    """Yields gcov's report on each object file that ran."""
-    data = [str(path) for path in build.rglob("*.gcda")]
+    """Yields gcov's report on each object file."""
+    # By the compiler's notes, which an object has even when it never ran.
+    data = [str(path) for path in build.rglob("*.gcno")]
+    if not data:
+        sys.exit(f"coverage: {build} was not built with --coverage")
     with tempfile.TemporaryDirectory() as folder:
         # --hash-filenames keeps reports on sources of one name apart.
         subprocess.run(["gcov", "--json-format", "--hash-filenames", *data], cwd=folder, check=True,
@@ -57,8 +60,6 @@ def main():
     root = pathlib.Path(__file__).resolve().parent.parent
     build = pathlib.Path(sys.argv[1]).resolve()
     files = lines_by_file(root, build)
-    if not files:
-        sys.exit("coverage: no program of this build has run")
 
     print(f"\n{'folder':<40} {'lines':>7} {'ran':>7} {'share':>8}")
     everything = []

@@ -1,0 +1,138 @@
+#include "integration/slapd.h"
+
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include "core/handles.h"
+#include "support/wait_until.h"
+
+namespace wkagent::test {
+namespace {
+
+// A port that nobody listened on a moment ago.
+int FreePort() {
+  const Fd listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof(address);
+  auto* const any = reinterpret_cast<sockaddr*>(&address);
+  if (bind(listener.Get(), any, size) != 0 || getsockname(listener.Get(), any, &size) != 0) {
+    throw std::system_error(errno, std::generic_category(), "a free port");
+  }
+  return ntohs(address.sin_port);
+}
+
+// The URL of a local socket, whose path is percent-encoded.
+std::string LocalUrl(const std::string& path) {
+  std::string url = "ldapi://";
+  for (const char c : path) url += c == '/' ? std::string("%2F") : std::string(1, c);
+  return url;
+}
+
+std::string AuditlogOverlay(const std::string& database, const std::string& log) {
+  return "dn: olcOverlay={0}auditlog,olcDatabase=" + database +
+         ",cn=config\nobjectClass: olcOverlayConfig\nobjectClass: olcAuditlogConfig\n"
+         "olcOverlay: {0}auditlog\nolcAuditlogFile: " +
+         log + "\n\n";
+}
+
+}  // namespace
+
+DirectoryServer::DirectoryServer(std::string folder, const std::string& log)
+    : folder_(std::move(folder)), socket_(folder_ + "/ldapi") {
+  for (const char* name : {"/config", "/data"}) std::filesystem::create_directory(folder_ + name);
+  WriteConfiguration(log);
+  WriteEntries();
+  // Somebody may take the port before slapd does.
+  for (int attempt = 0; attempt < 5; ++attempt) {
+    if (Start()) return;
+  }
+  throw std::runtime_error("slapd does not start: " + slapd_->Errors());
+}
+
+void DirectoryServer::WriteConfiguration(const std::string& log) const {
+  const std::string password = std::string("olcRootPW: ") + kPassword + "\n";
+  std::string ldif =
+      "dn: cn=config\nobjectClass: olcGlobal\ncn: config\n\n"
+      "dn: cn=module{0},cn=config\nobjectClass: olcModuleList\ncn: module{0}\n"
+      "olcModulePath: " WKAGENT_SLAPD_MODULES
+      "\nolcModuleLoad: back_mdb\nolcModuleLoad: auditlog\n\n"
+      "dn: cn=schema,cn=config\nobjectClass: olcSchemaConfig\ncn: schema\n\n";
+  for (const char* schema : {"core", "cosine", "inetorgperson"}) {
+    ldif += std::string("include: file://" WKAGENT_LDAP_SCHEMA "/") + schema + ".ldif\n\n";
+  }
+  ldif +=
+      "dn: olcDatabase={0}config,cn=config\nobjectClass: olcDatabaseConfig\n"
+      "olcDatabase: {0}config\nolcRootDN: cn=config\n" +
+      password + "\n";
+  ldif += AuditlogOverlay("{0}config", log);
+  ldif +=
+      "dn: olcDatabase={1}mdb,cn=config\nobjectClass: olcDatabaseConfig\n"
+      "objectClass: olcMdbConfig\nolcDatabase: {1}mdb\nolcDbDirectory: " +
+      folder_ + "/data\nolcSuffix: o=acme\nolcRootDN: cn=admin,o=acme\n" + password + "\n";
+  ldif += AuditlogOverlay("{1}mdb", log);
+  OutputOf({WKAGENT_SLAPADD, "-F", folder_ + "/config", "-n", "0"}, ldif);
+}
+
+void DirectoryServer::WriteEntries() const {
+  std::string ldif = "dn: o=acme\nobjectClass: organization\no: acme\n\n";
+  for (const std::string unit : {"sales", "finance"}) {
+    ldif += "dn: ou=" + unit + ",o=acme\nobjectClass: organizationalUnit\nou: " + unit + "\n\n";
+  }
+  OutputOf({WKAGENT_SLAPADD, "-F", folder_ + "/config", "-b", "o=acme"}, ldif);
+}
+
+bool DirectoryServer::Start() {
+  url_ = "ldap://127.0.0.1:" + std::to_string(FreePort());
+  const std::string urls = url_ + "/ " + LocalUrl(socket_);
+  slapd_ = std::make_unique<Process>(
+      std::vector<std::string>{WKAGENT_SLAPD, "-F", folder_ + "/config", "-h", urls, "-d", "0"});
+  return WaitUntil([this] { return slapd_->HasEnded() || Answers(); }) && !slapd_->HasEnded();
+}
+
+bool DirectoryServer::Answers() const {
+  return RunToEnd({"ldapwhoami", "-x", "-H", url_, "-D", kAdmin, "-w", kPassword}).status == 0;
+}
+
+void DirectoryServer::Tool(const std::string& tool, const std::string& user,
+                           const std::vector<std::string>& more, const std::string& input) const {
+  std::vector<std::string> command = {tool, "-x", "-H", url_, "-D", user, "-w", kPassword};
+  command.insert(command.end(), more.begin(), more.end());
+  OutputOf(command, input);
+}
+
+void DirectoryServer::Add(const std::string& ldif, const std::string& user) const {
+  Tool("ldapadd", user, {}, ldif);
+}
+
+void DirectoryServer::Modify(const std::string& ldif, const std::string& user) const {
+  Tool("ldapmodify", user, {}, ldif);
+}
+
+void DirectoryServer::Rename(const std::string& name, const std::string& newRdn) const {
+  Tool("ldapmodrdn", kAdmin, {"-r", name, newRdn});
+}
+
+void DirectoryServer::Move(const std::string& name, const std::string& newRdn,
+                           const std::string& parent) const {
+  Tool("ldapmodrdn", kAdmin, {"-r", "-s", parent, name, newRdn});
+}
+
+void DirectoryServer::ChangePassword(const std::string& name, const std::string& password) const {
+  Tool("ldappasswd", kAdmin, {"-s", password, name});
+}
+
+void DirectoryServer::Delete(const std::string& name) const { Tool("ldapdelete", kAdmin, {name}); }
+
+void DirectoryServer::AddLocally(const std::string& ldif) const {
+  OutputOf({"ldapadd", "-x", "-H", LocalUrl(socket_), "-D", kAdmin, "-w", kPassword}, ldif);
+}
+
+}  // namespace wkagent::test

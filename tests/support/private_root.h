@@ -1,0 +1,88 @@
+#ifndef WKAGENT_TESTS_SUPPORT_PRIVATE_ROOT_H
+#define WKAGENT_TESTS_SUPPORT_PRIVATE_ROOT_H
+
+// Full disks, read-only folders and other file systems of which only the test knows.
+//
+//   InPrivateRoot([&] {
+//     MountTmpfs(home.Path("tmp"), "size=16k");
+//     ... expectations about a disk of 16 KiB ...
+//   });
+//
+// The body runs in a child process, in a mount namespace of its own: nobody else sees its mounts,
+// and they end with it. What it changes in memory is lost to the test; what it changes in files
+// outside its mounts stays.
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <iostream>
+#include <string>
+#include <system_error>
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace wkagent::test {
+
+inline void RequireMounted(int result, const std::string& what) {
+  if (result != 0) throw std::system_error(errno, std::generic_category(), "mount " + what);
+}
+
+// Mounts an empty file system; options as of mount(8): "size=16k", "nr_inodes=4".
+inline void MountTmpfs(const std::string& path, const std::string& options) {
+  RequireMounted(mount("tmpfs", path.c_str(), "tmpfs", 0, options.c_str()), "tmpfs on " + path);
+}
+
+// Makes a folder and what is in it read-only, for root as well.
+inline void MountReadOnly(const std::string& path) {
+  const char* const folder = path.c_str();
+  RequireMounted(mount(folder, folder, nullptr, MS_BIND, nullptr), "itself on " + path);
+  RequireMounted(mount(nullptr, folder, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr),
+                 "read-only " + path);
+}
+
+inline void Unmount(const std::string& path) {
+  RequireMounted(umount(path.c_str()), "off " + path);
+}
+
+// Leaves the mounts of all others. Needs CAP_SYS_ADMIN.
+inline void EnterPrivateRoot() {
+  if (unshare(CLONE_NEWNS) != 0) {
+    throw std::system_error(errno, std::generic_category(),
+                            "this test mounts file systems of its own, so it must run as root, "
+                            "with CAP_SYS_ADMIN; unshare");
+  }
+  RequireMounted(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "private /");
+}
+
+// Runs `body` as described above; the running test fails where the body fails, throws or crashes.
+inline void InPrivateRoot(const std::function<void()>& body) {
+  std::cout.flush();
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    try {
+      EnterPrivateRoot();
+      body();
+    } catch (const std::exception& error) {
+      ADD_FAILURE() << error.what();
+    }
+    std::exit(::testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_TRUE(WIFEXITED(status)) << "the child was ended by signal " << WTERMSIG(status);
+  EXPECT_EQ(EXIT_SUCCESS, WEXITSTATUS(status)) << "the child failed, see above";
+}
+
+}  // namespace wkagent::test
+
+#endif  // WKAGENT_TESTS_SUPPORT_PRIVATE_ROOT_H
