@@ -35,8 +35,8 @@ bool IsNameOfSetAside(std::string_view name) {
   name.remove_suffix(sizeof(kPending) - 1);
   constexpr std::string_view kDigits = "0123456789";
   return name.size() > kStampLength + 1 && name[kStampLength] == '_' &&
-         name.substr(0, kStampLength).find_first_not_of(kDigits) == name.npos &&
-         name.substr(kStampLength + 1).find_first_not_of(kDigits) == name.npos;
+         name.substr(0, kStampLength).find_first_not_of(kDigits) == std::string_view::npos &&
+         name.substr(kStampLength + 1).find_first_not_of(kDigits) == std::string_view::npos;
 }
 
 // Moves `from` to the first free name of those that `name(number)` gives from `number` on.
