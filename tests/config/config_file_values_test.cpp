@@ -1,3 +1,4 @@
+#include <ostream>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -14,6 +15,9 @@ struct Stars {
   const char* written;
   const char* read;
 };
+
+// Names the cases.
+void PrintTo(const Stars& stars, std::ostream* out) { *out << '"' << stars.written << '"'; }
 
 class ConfigFileStars : public ConfigFile, public testing::WithParamInterface<Stars> {};
 
