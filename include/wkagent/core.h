@@ -1,13 +1,15 @@
 #ifndef WKAGENT_CORE_H
 #define WKAGENT_CORE_H
 
-// Core utilities: the list, the status log and the status files.
+// Core utilities: the list, the status log, the status files and the event queue.
 //
 // CLinkList is the one list type of the library. It keeps copies of blocks of bytes and is read
 // through its own cursor. WKLogStatus is the base of nearly every other class: through it an object
 // hands its status and error texts to the host's callback, or to standard error where the host has
 // installed none. WKStatusMessage and WKStatusFile leave traces for the operator: lines in a text
 // file, and empty marker files in the outbox. WKAlert is the base of the alert senders.
+// ClsMemManager passes events between threads without allocating while they flow; CSemaphore wakes
+// the thread that takes them, and CWKNanoDelay lets one pause.
 //
 //   CLinkList names;
 //   names.AddNode(const_cast<char*>("bob"), 3);
@@ -16,14 +18,20 @@
 //   while (names.GetNode(buffer, sizeof(buffer)) == 0) puts(buffer);
 //
 // Threads: distinct objects may be used from distinct threads at the same time; one object from one
-// thread at a time. Ownership: every object owns what it copied; the list of objects is the one
-// exception and says so below. Listed data members stand open, as derived classes of the hosts
-// expect them; read them freely, change them through the methods.
+// thread at a time, but for ClsMemManager and CSemaphore, which say more. Ownership: every object
+// owns what it copied; the list of objects is the one exception and says so below. Listed data
+// members stand open, as derived classes of the hosts expect them; read them freely, change them
+// through the methods.
 //
 // docs/conventions.md holds what is true of every method unless its comment says otherwise: texts
 // are copied, null texts are ignored, texts longer than their buffer are cut, nothing throws.
 
+#include <cstdint>
+#include <ctime>
 #include <memory>
+
+#include <pthread.h>
+#include <semaphore.h>
 
 #include <wkagent/export.h>
 
@@ -228,6 +236,105 @@ class WKAGENT_EXPORT WKAlert : public WKLogStatus {
 
   char statusText[256];  // where a sender formats what it logs
   char message[256];     // the alert text, zero-terminated
+};
+
+// ClsMemManager is a pool of equal blocks and a first-in-first-out queue of those in use: a
+// producer copies an event into a free block, a consumer copies it out, and the block is free
+// again. It owns its blocks. AddToQ, GetData and the counts may be called from any threads at the
+// same time; Initialize and Free while no other thread uses the pool. Neither AddToQ nor GetData
+// allocates.
+class WKAGENT_EXPORT ClsMemManager {
+ public:
+  // An empty pool.
+  ClsMemManager();
+
+  // Frees the pool.
+  ~ClsMemManager();
+
+  ClsMemManager(const ClsMemManager&) = delete;
+  ClsMemManager& operator=(const ClsMemManager&) = delete;
+
+  // Adds `count` free blocks, each a copy of the `size` bytes at `blockTemplate`; 0 or less adds
+  // none. Returns 0 when mutex and blocks were set up, else 1 with the blocks that could be. Called
+  // again it adds further blocks, which must be of the same size.
+  int Initialize(int count, void* blockTemplate, int size);
+
+  // Copies a block's size of bytes from `data` into the queue. Returns 0, or 1 when no block is
+  // free; nothing is queued then.
+  int AddToQ(void* data);
+
+  // Copies the oldest queued block to `target` and frees it, cleared to zeros. Returns 0, or 1 when
+  // the queue is empty; `target` stays as it was then.
+  int GetData(void* target);
+
+  // How many blocks are free and queued. Read without lock: they may be behind by one operation.
+  unsigned int GetFreeMemoryBlocks();
+  unsigned int GetUsedBlocks();
+
+  // Releases every block, the queued ones with their data.
+  void Free();
+
+  CLinkList freeList;
+  CLinkList usedList;
+  std::uint32_t freeBlocks;
+  std::uint32_t usedBlocks;
+  pthread_mutex_t mutex;
+  bool mutexReady;
+
+ private:
+  void RefreshCounts();
+};
+
+// CSemaphore owns an unnamed POSIX semaphore that is shared by the threads of the process. Post and
+// Wait may be called from any threads at the same time; Open, Close and the end of the object while
+// no other thread uses it.
+class WKAGENT_EXPORT CSemaphore {
+ public:
+  // Closed.
+  CSemaphore();
+
+  // Closes an open semaphore.
+  ~CSemaphore();
+
+  CSemaphore(const CSemaphore&) = delete;
+  CSemaphore& operator=(const CSemaphore&) = delete;
+
+  // Opens the semaphore with a count; an open one stays as it is. Deliberate: returns 1 when it is
+  // open, 0 when it could not be opened; `errorText` then tells why.
+  int Open(int initialValue);
+
+  // sem_post(3) and sem_wait(3), with their results: 0 on success. 1 when the semaphore is closed.
+  int Post();
+  int Wait();
+
+  // Closes the semaphore. Returns the result of sem_destroy(3), 0 when it was closed already.
+  int Close();
+
+  sem_t semaphore;
+  std::uint32_t isOpen;
+  char errorText[64];
+};
+
+// CWKNanoDelay is a pause of less than a second. It owns nothing; one thread at a time may use an
+// object.
+class WKAGENT_EXPORT CWKNanoDelay {
+ public:
+  // A delay of 1 to 999,998,999 nanoseconds; any other value gives 999,999,000.
+  explicit CWKNanoDelay(long nanoseconds);
+
+  // Deliberate: the reverse of the constructor. A value from 1 to 999,998,999 gives 999,999,000,
+  // any other is stored as it is. Returns 999,999,000.
+  long SetDelay(long nanoseconds);
+
+  // The stored delay in nanoseconds.
+  long GetDelaySetting();
+
+  // Pauses by nanosleep(2) and returns its result: -1 with errno for a delay that it refuses, and
+  // when a signal interrupts it.
+  int Sleep();
+
+  std::int64_t delay;
+  timespec sleepTime;
 };
 
 #endif  // WKAGENT_CORE_H
