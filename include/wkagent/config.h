@@ -18,8 +18,10 @@
 // own use of libxml2, whose global state the library never tears down. Ownership: a reader owns its
 // documents and the text it returned last.
 
+#include <cstdint>
 #include <memory>
 
+#include <wkagent/alert.h>
 #include <wkagent/core.h>
 #include <wkagent/export.h>
 
@@ -68,6 +70,221 @@ class WKAGENT_EXPORT WKConfigFile : public WKLogStatus {
  private:
   class State;
   std::unique_ptr<State> state_;
+};
+
+// WKDaemonSettings reads "../config/DaemonSettings.xml", the agent's general settings, and owns
+// them. One thread at a time may use an object.
+//
+// Elements are told by their exact names, at any depth; a later one overrides an earlier one, and a
+// setting without element keeps its value. Intervals are in units of the host's choice.
+class WKAGENT_EXPORT WKDaemonSettings : public WKConfigFile {
+ public:
+  // Poll interval 10, transfer interval 15, archive threshold 500, flags false, texts empty.
+  WKDaemonSettings();
+  ~WKDaemonSettings() override;
+
+  // Reads the file. Returns 0, or 1 with the settings as they were.
+  int Read();
+
+  // Takes the settings from an element, its following siblings and all below them. `From`, `To` and
+  // `CC` count only after a `Logging` whose `Enable` (attribute or, where there is none, child
+  // element) is not 0. Deliberate: one whose `Enable` is 0 does not switch the alert off.
+  void ReadDaemonTags(_xmlNode* node);
+
+  // Each answers for one setting. The text is valid until the next Read and until the object ends.
+  int GetPollInterval();
+  int GetTransferInterval();
+  int GetArchiveThreshold();
+  bool GetAuditDaemonStart();
+  bool GetAuditDaemonStop();
+  bool GetPersistentMount();
+  char* GetWorkspaceGuid();
+
+  // Copies the mail addressing into `target` by WKSMTPAlertObject::Add, and then this object's
+  // callback.
+  void GetAlertObject(WKSMTPAlertObject& target);
+
+  // Prints the settings to standard output. Deliberate: "Deamon" and the double blank before
+  // "Threshold" belong to the printout.
+  void Print();
+
+  int pollInterval;
+  int transferInterval;
+  int archiveThreshold;
+  bool auditDaemonStart;
+  bool auditDaemonStop;
+  bool loggingEnabled;
+  bool persistentMount;
+  char workspaceGuid[128];
+  WKSMTPAlertObject alert;
+};
+
+// WKShareFolderSetting holds how to reach the shared folder of one managing server. It owns its
+// texts and wipes the passwords when it ends; a pointer to a text is valid until that text is set
+// again. One thread at a time may use an object.
+class WKAGENT_EXPORT WKShareFolderSetting {
+ public:
+  // Everything unset.
+  WKShareFolderSetting();
+  ~WKShareFolderSetting();
+
+  WKShareFolderSetting(const WKShareFolderSetting&) = delete;
+  WKShareFolderSetting& operator=(const WKShareFolderSetting&) = delete;
+
+  // Each stores one text; null unsets it.
+  void SetMachineName(char* text);
+  void SetPrimaryUserPassword(char* text);
+  void SetSecondaryUserPassword(char* text);
+  void SetSecondaryDomain(char* text);
+  void SetShareFolderPath(char* text);
+
+  // Stores the address, cut at 24 bytes.
+  void SetMachineIPAddress(char* text);
+
+  // Each stores an account name, cut at 299 bytes. "DOMAIN\name" also sets the domain; without a
+  // backslash the domain stays. Null is ignored.
+  void SetPrimaryUser(char* text);
+  void SetSecondaryUser(char* text);
+
+  // Stores the domain. Deliberate: unlike SetSecondaryDomain it ignores null and an empty text.
+  void SetPrimaryDomain(char* text);
+
+  // Marks the primary server.
+  void SetPrimaryFlag(bool on);
+
+  // Each answers for one setting; a text is null when it was never set, the address then empty.
+  char* GetMachineName();
+  char* GetMachineIpAddress();
+  char* GetPrimaryUser();
+  char* GetPrimaryDomain();
+  char* GetPrimaryUserPassword();
+  char* GetSecondaryDomain();
+  char* GetSecondaryUser();
+  char* GetSecondaryUserPassword();
+  bool IsPrimaryServer();
+  char* GetShareFolderPath();
+
+  // Prints the setting to standard output. Deliberate: with both passwords, without domains and
+  // address.
+  void Print();
+
+  wkagent::OwnedString machineName;
+  wkagent::OwnedString primaryDomain;
+  wkagent::OwnedString primaryUser;
+  wkagent::OwnedString primaryUserPassword;
+  wkagent::OwnedString secondaryDomain;
+  wkagent::OwnedString secondaryUser;
+  wkagent::OwnedString secondaryUserPassword;
+  wkagent::OwnedString shareFolderPath;
+  char machineIpAddress[25];
+  bool primaryFlag;
+};
+
+// WKManagerList reads the managing servers from a shared-settings file and their addresses from
+// "../config/ManagerList.xml". It owns the servers; one thread at a time may use an object.
+class WKAGENT_EXPORT WKManagerList : public WKConfigFile {
+ public:
+  WKManagerList();
+  ~WKManagerList() override;
+
+  // Reads the file at the given path, then the manager list. Returns 0, or 1 when either cannot be
+  // read; what was read before stays. Deliberate: reading the second file empties the list of
+  // secondary servers.
+  int Read(char* sharedSettingsFile);
+
+  // The steps of Read: take servers from the shared settings; keep the server that was being read;
+  // take addresses from the manager list; give an address to a secondary server. Deliberate: the
+  // last does nothing unless the last server of the shared settings was a secondary one.
+  void ReadSharedSettings(_xmlNode* node);
+  void CreateNewNode();
+  void ReadManagerList(_xmlNode* node);
+  void SetIPAddressforSecondaryMgrs(char* machineName, char* ipAddress);
+
+  // The primary server, with everything unset where there was none. It stays the list's.
+  WKShareFolderSetting* GetPrimaryServer();
+
+  // Appends the 8-byte pointers of the secondary servers to `target`; the servers stay the list's.
+  // Returns 1, as GetNode does at the end of a list.
+  int GetSecondaryServers(CLinkList& target);
+
+  WKShareFolderSetting primaryServer;
+  WKShareFolderSetting* pendingEntry;  // null when no secondary server is being read
+
+ private:
+  class Entries;
+  std::unique_ptr<Entries> entries_;
+};
+
+// What WKLdapConfig reads. The caller owns it; texts that do not fit are cut.
+struct tagLDAPConfig {
+  std::int64_t PortNumber;
+  char Server[255];
+  char UserName[255];
+  char Password[128];
+  char TreeName[255];
+  bool SecureConnection;
+};
+
+// WKLdapConfig reads how to reach the directory server. It holds no settings itself; one thread at
+// a time may use an object.
+class WKAGENT_EXPORT WKLdapConfig : public WKConfigFile {
+ public:
+  WKLdapConfig();
+  ~WKLdapConfig() override;
+
+  using WKConfigFile::ReadFile;
+
+  // Reads the file at `path` into `config`; fields without element stay. Returns 0, or 1 with only
+  // `SecureConnection` set, to false.
+  int ReadFile(char* path, tagLDAPConfig& config);
+
+  // Takes the settings from an element, its following siblings and all below them. Port 636 sets
+  // `SecureConnection`; deliberate: another port later does not reset it.
+  void GetLDAPSetting(_xmlNode* node, tagLDAPConfig& config);
+
+  WKLogStatus logStatus;
+};
+
+// WKMemorySettings reads "../config/WKMemorySettings.xml": sizes of memory pools, delays of worker
+// threads, the protocol version of the share and the deduplication interval, all of which it owns.
+// Numbers are stored as read, without bounds. One thread at a time may use an object.
+class WKAGENT_EXPORT WKMemorySettings : public WKConfigFile {
+ public:
+  // Pools of 5000 blocks, delays of 200, "vers=2.0", interval 10.
+  WKMemorySettings();
+  ~WKMemorySettings() override;
+
+  // Reads the file. Returns 0, or 1 with the settings as they were; the latter is also reported on
+  // standard error.
+  int Read();
+
+  // Takes the settings from an element, its following siblings and all below them.
+  void ReadMemorySettingsTags(_xmlNode* node);
+
+  // Each answers for one setting. Deliberate: the first name lacks its "t", and
+  // GetEDIRLDAPThreadDelay answers for "EDIRVigilThreadDelay".
+  int GeMaxNSSMemoryBlocks();
+  int GetNSSVigilThreadDelay();
+  int GetNSSQueueThreadDelay();
+  int GetMaxEDIRMemoryBlocks();
+  int GetEDIRLDAPThreadDelay();
+  int GetEDIRQueueThreadDelay();
+  int GetDeduplicationInterval();
+
+  // Copies "vers=VERSION", up to 52 bytes with the terminator, into `target` and returns it.
+  char* GetRequiredSMBVersion(char* target);
+
+  // Prints the pool sizes and delays to standard output.
+  void Print();
+
+  int maxNSSMemoryBlocks;
+  int nssVigilThreadDelay;
+  int nssQueueThreadDelay;
+  int maxEDIRMemoryBlocks;
+  int edirVigilThreadDelay;
+  int edirQueueThreadDelay;
+  char smbVersion[52];
+  int deduplicationInterval;
 };
 
 #endif  // WKAGENT_CONFIG_H
