@@ -1,78 +1,55 @@
-#include <memory>
-
 #include <wkagent/filter.h>
 
-#include "config/xml_walk.h"
 #include "filter/filter_elements.h"
-#include "filter/pointer_list.h"
 
 namespace {
 
-// An element whose one attribute is handed to one setter of the current statement.
-struct FlagElement {
-  const char* name;
-  const char* attribute;
-  void (WKEDAFilterStatement::*set)(bool);
-};
-struct TextElement {
-  const char* name;
-  const char* attribute;
-  void (WKEDAFilterStatement::*add)(char*);
+using Statement = WKEDAFilterStatement;
+
+constexpr wkagent::FlagElement<Statement> kFlags[] = {
+    {"Operations", "AllOperations", &Statement::SetAllOpsFlag},
+    {"Users", "AllUsers", &Statement::SetAllUserFlag},
+    {"Objects", "AllObjects", &Statement::SetAllObjFlag},
+    {"Classes", "AllClasses", &Statement::SetAllClassFlag},
+    {"Attributes", "AllAttributes", &Statement::SetAllAttrFlag},
+    {"AttributeValues", "AllAttributeValues", &Statement::SetAllValueFlag},
+    {"Action", "ExcludeAlert", &Statement::SetExcludeAlert},
+    {"SNMP", "Alert", &Statement::SetSNMPAlert},
+    {"SysLog", "Alert", &Statement::SetSyslogAlert},
 };
 
-constexpr FlagElement kFlagElements[] = {
-    {"Operations", "AllOperations", &WKEDAFilterStatement::SetAllOpsFlag},
-    {"Objects", "AllObjects", &WKEDAFilterStatement::SetAllObjFlag},
-    {"Classes", "AllClasses", &WKEDAFilterStatement::SetAllClassFlag},
-    {"Attributes", "AllAttributes", &WKEDAFilterStatement::SetAllAttrFlag},
-    {"AttributeValues", "AllAttributeValues", &WKEDAFilterStatement::SetAllValueFlag},
+constexpr wkagent::TextElement<Statement> kTexts[] = {
+    {"User", "Name", &Statement::AddUser},
+    {"Object", "Name", &Statement::AddObject},
+    {"Class", "Name", &Statement::AddClass},
+    {"Attribute", "Name", &Statement::AddAttr},
+    {"AttributeValue", "Name", &Statement::AddAttrValue},
 };
 
-constexpr TextElement kTextElements[] = {
-    {"Object", "Name", &WKEDAFilterStatement::AddObject},
-    {"Class", "Name", &WKEDAFilterStatement::AddClass},
-    {"Attribute", "Name", &WKEDAFilterStatement::AddAttr},
-    {"AttributeValue", "Name", &WKEDAFilterStatement::AddAttrValue},
-};
+constexpr wkagent::FilterGrammar<WKEdaConfig, Statement> kGrammar = {
+    &WKEdaConfig::GetEDAFilterDetails, &WKEdaConfig::GetEDAOperations, &WKEdaConfig::GetSMTPDetails,
+    kFlags, kTexts};
 
 }  // namespace
 
 WKEdaConfig::WKEdaConfig() : currentStatement(nullptr) {}
 
-WKEdaConfig::~WKEdaConfig() { ReleaseStatements(); }
+WKEdaConfig::~WKEdaConfig() { wkagent::ReleaseOwnStatements(list, handedOver_); }
 
 int WKEdaConfig::ReadFile(char* path) {
-  ReleaseStatements();
+  wkagent::ReleaseOwnStatements(list, handedOver_);
+  currentStatement = nullptr;
   const int result = WKConfigFile::ReadFile(path);
   if (result == 0) MapEDADatatoObject(GetXMLRootNode());
   return result;
 }
 
 void WKEdaConfig::MapEDADatatoObject(_xmlNode* element) {
-  wkagent::WalkElements(element, [this](_xmlNode* node) {
-    if (wkagent::HasName(node, "Filter")) return GetEDAFilterDetails(node);
-    if (currentStatement == nullptr) return;
-    WKEDAFilterStatement& statement = *currentStatement;
-    if (wkagent::HasName(node, "Operation")) return GetEDAOperations(node);
-    if (wkagent::HasName(node, "SMTP")) return GetSMTPDetails(node);
-    if (wkagent::ReadCommonElement(*this, node, statement)) return;
-    for (const FlagElement& entry : kFlagElements) {
-      if (!wkagent::HasName(node, entry.name)) continue;
-      (statement.*entry.set)(wkagent::ReadFlag(*this, node, entry.attribute));
-    }
-    for (const TextElement& entry : kTextElements) {
-      if (!wkagent::HasName(node, entry.name)) continue;
-      (statement.*entry.add)(wkagent::ReadText(*this, node, entry.attribute));
-    }
-  });
+  wkagent::ReadElements(*this, element, kGrammar);
 }
 
 void WKEdaConfig::GetEDAFilterDetails(_xmlNode* element) {
-  auto statement = std::make_unique<WKEDAFilterStatement>();
-  statement->InitializeLogMessage(logCallback);
-  currentStatement = statement.release();
-  list.AddNode(&currentStatement, sizeof(currentStatement));
-
+  currentStatement = wkagent::BeginStatement<Statement>(*this);
   wkagent::ReadFilterElement(*this, element, *currentStatement);
   currentStatement->SetAuditedContext(wkagent::ReadText(*this, element, "Context"));
   currentStatement->SetAuditSubContexts(wkagent::ReadFlag(*this, element, "IncludeSubContainers"));
@@ -89,15 +66,6 @@ void WKEdaConfig::GetSMTPDetails(_xmlNode* element) {
 }
 
 void WKEdaConfig::GetFilterStatements(CLinkList& out) {
-  wkagent::ForEachObject<WKEDAFilterStatement>(
-      list, [&](WKEDAFilterStatement* statement) { out.AddNode(&statement, sizeof(statement)); });
-  handedOver_ = list.GetCount();
+  wkagent::HandOverStatements(list, handedOver_, out);
   currentStatement = nullptr;  // its new owner may release it at any time
-}
-
-void WKEdaConfig::ReleaseStatements() {
-  // The first `handedOver_` statements belong to their new owner.
-  for (; handedOver_ > 0; --handedOver_) list.FreeNode(list.GetHeadListNode());
-  wkagent::ReleaseStatements(list);
-  currentStatement = nullptr;
 }

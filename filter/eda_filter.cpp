@@ -3,22 +3,13 @@
 #include <wkagent/filter.h>
 
 #include "filter/decision.h"
+#include "filter/read_statements.h"
 
 WKEDAFilter::WKEDAFilter(char* fileName) : WKFilter(fileName) {
   if (ReadFilter() != 0) std::fprintf(stderr, "Error reading file %s\n", filterPath);
 }
 
-int WKEDAFilter::ReadFilter() {
-  WKEdaConfig reader;
-  reader.InitializeLogMessage(logCallback);
-  const int result = reader.ReadFile(filterPath);
-  SetReadError(reader.GetReadError());
-  if (result != 0) return 1;
-  CLinkList fresh;
-  reader.GetFilterStatements(fresh);
-  ReplaceStatements(fresh);
-  return 0;
-}
+int WKEDAFilter::ReadFilter() { return ReadStatements<WKEdaConfig>(); }
 
 bool WKEDAFilter::PassFilter(int operation, char* user, char* node, char* object, char* className,
                              char* attribute, char* value) {

@@ -8,19 +8,14 @@
 
 #include <wkagent/filter.h>
 
+#include "core/printed_text.h"
+#include "filter/code_table.h"
 #include "filter/entity_match.h"
 #include "filter/statement_text.h"
 
 namespace {
 
 constexpr int kFirstOperation = 20001;
-constexpr int kOperationCount = 16;
-
-// Where `code` stands in the table of operations, -1 where it does not.
-int OperationIndex(int code) {
-  const bool known = code >= kFirstOperation && code < kFirstOperation + kOperationCount;
-  return known ? code - kFirstOperation : -1;
-}
 
 }  // namespace
 
@@ -33,7 +28,6 @@ WKEDAFilterStatement::WKEDAFilterStatement()
       allValues(false),
       operations{},
       allOperations(false) {
-  static_assert(sizeof(operations) / sizeof(operations[0]) == kOperationCount);
   allNodes = true;
 }
 
@@ -66,8 +60,7 @@ void WKEDAFilterStatement::SetAuditedContext(char* context) {
 void WKEDAFilterStatement::ClearContext() { auditedContext.Reset(); }
 
 void WKEDAFilterStatement::AddOperation(int code) {
-  const int index = OperationIndex(code);
-  if (index >= 0) operations[index] = 1;
+  wkagent::SetCode(operations, kFirstOperation, code);
 }
 
 void WKEDAFilterStatement::ClearOperations() {
@@ -100,10 +93,7 @@ bool WKEDAFilterStatement::PassAttrValue(char* value) {
 bool WKEDAFilterStatement::PassStatement(int operation, char* user, char* node, char* object,
                                          char* className, char* attribute, char* value) {
   if (!enabled) return false;
-  if (!allOperations) {
-    const int index = OperationIndex(operation);
-    if (index < 0 || operations[index] == 0) return false;
-  }
+  if (!allOperations && !wkagent::IsCodeSet(operations, kFirstOperation, operation)) return false;
   if (user == nullptr || object == nullptr) return false;
 
   char root[] = "[Root]";
@@ -137,9 +127,6 @@ void WKEDAFilterStatement::PrintfFilter() {
   PrintLinkedList(values);
   std::printf("All Operations %d\n", allOperations);
   std::printf("Audited Operations: ");
-  for (int index = 0; index < kOperationCount; ++index) {
-    // Deliberate: one below the code.
-    if (operations[index] != 0) std::printf("%d ", kFirstOperation - 1 + index);
-  }
+  wkagent::PrintCodes(operations, kFirstOperation);
   std::puts("\nEnd of Statement");
 }

@@ -1,52 +1,27 @@
 #include "filter/filter_elements.h"
 
-#include <algorithm>
-#include <climits>
-#include <cstdlib>
 #include <ctime>
 
-#include "config/xml_walk.h"
+#include "config/xml_values.h"
 #include "core/time_stamp.h"
+#include "filter/pointer_list.h"
 
 namespace wkagent {
 namespace {
 
-struct CommonElement {
-  const char* name;
-  void (*read)(WKConfigFile&, _xmlNode*, WKFilterStatement&);
-};
+// The local date of today, without a time.
+std::tm Today() {
+  std::tm day = LocalTime(std::time(nullptr));
+  day.tm_hour = 0;
+  day.tm_min = 0;
+  day.tm_sec = 0;
+  day.tm_isdst = -1;
+  return day;
+}
 
-constexpr CommonElement kCommonElements[] = {
-    {"Users",
-     [](WKConfigFile& file, _xmlNode* element, WKFilterStatement& statement) {
-       statement.SetAllUserFlag(ReadFlag(file, element, "AllUsers"));
-     }},
-    {"User",
-     [](WKConfigFile& file, _xmlNode* element, WKFilterStatement& statement) {
-       statement.AddUser(ReadText(file, element, "Name"));
-     }},
-    {"Action",
-     [](WKConfigFile& file, _xmlNode* element, WKFilterStatement& statement) {
-       statement.SetExcludeAlert(ReadFlag(file, element, "ExcludeAlert"));
-     }},
-    {"SNMP",
-     [](WKConfigFile& file, _xmlNode* element, WKFilterStatement& statement) {
-       statement.SetSNMPAlert(ReadFlag(file, element, "Alert"));
-     }},
-    {"SysLog",
-     [](WKConfigFile& file, _xmlNode* element, WKFilterStatement& statement) {
-       statement.SetSyslogAlert(ReadFlag(file, element, "Alert"));
-     }},
-};
-
-// A time of day ("%H:%M:%S %p") on today's local date. Deliberate: the hour counts 24, so AM and PM
-// change nothing. What cannot be read stays 0.
-std::tm ReadTimeOfDay(WKConfigFile& file, _xmlNode* element, const char* attribute) {
-  std::tm time = LocalTime(std::time(nullptr));
-  time.tm_hour = 0;
-  time.tm_min = 0;
-  time.tm_sec = 0;
-  time.tm_isdst = -1;
+// A time of day ("%H:%M:%S %p") on a date. Deliberate: the hour counts 24, so AM and PM change
+// nothing. What cannot be read stays 0.
+std::tm ReadTimeOfDay(WKConfigFile& file, _xmlNode* element, const char* attribute, std::tm time) {
   strptime(ReadText(file, element, attribute), "%H:%M:%S %p", &time);
   return time;
 }
@@ -60,12 +35,11 @@ char* ReadText(WKConfigFile& file, _xmlNode* element, const char* attribute) {
 }
 
 int ReadNumber(WKConfigFile& file, _xmlNode* element, const char* attribute) {
-  const long value = std::strtol(ReadText(file, element, attribute), nullptr, 10);
-  return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
+  return ToInt(ReadText(file, element, attribute));
 }
 
 bool ReadFlag(WKConfigFile& file, _xmlNode* element, const char* attribute) {
-  return ReadNumber(file, element, attribute) != 0;
+  return ToFlag(ReadText(file, element, attribute));
 }
 
 void ReadFilterElement(WKConfigFile& file, _xmlNode* element, WKFilterStatement& statement) {
@@ -73,8 +47,9 @@ void ReadFilterElement(WKConfigFile& file, _xmlNode* element, WKFilterStatement&
   statement.SetIncExFlag(ReadFlag(file, element, "IncludeExclude"));
   statement.SetEnableFlag(ReadFlag(file, element, "Enabled"));
   statement.SetAllDayFlag(ReadFlag(file, element, "AllDay"));
-  std::tm start = ReadTimeOfDay(file, element, "StartTime");
-  std::tm end = ReadTimeOfDay(file, element, "EndTime");
+  const std::tm today = Today();  // one date for both, also at midnight
+  std::tm start = ReadTimeOfDay(file, element, "StartTime", today);
+  std::tm end = ReadTimeOfDay(file, element, "EndTime", today);
   statement.SetTime(&start, &end);
 }
 
@@ -88,13 +63,15 @@ void ReadSmtpElement(WKConfigFile& file, _xmlNode* element, WKFilterStatement& s
   statement.SetCC(ReadText(file, element, "Cc"));
 }
 
-bool ReadCommonElement(WKConfigFile& file, _xmlNode* element, WKFilterStatement& statement) {
-  for (const CommonElement& entry : kCommonElements) {
-    if (!HasName(element, entry.name)) continue;
-    entry.read(file, element, statement);
-    return true;
-  }
-  return false;
+void HandOverStatements(CLinkList& list, int& handedOver, CLinkList& out) {
+  ForEachObject<WKFilterStatement>(
+      list, [&](WKFilterStatement* statement) { out.AddNode(&statement, sizeof(statement)); });
+  handedOver = list.GetCount();
+}
+
+void ReleaseOwnStatements(CLinkList& list, int& handedOver) {
+  for (; handedOver > 0; --handedOver) list.FreeNode(list.GetHeadListNode());
+  ReleaseStatements(list);
 }
 
 }  // namespace wkagent

@@ -3,6 +3,7 @@
 
 #include <wkagent/filter.h>
 
+#include "core/printed_text.h"
 #include "core/time_stamp.h"
 #include "filter/dotted_name.h"
 #include "filter/entity_match.h"

@@ -7,9 +7,6 @@
 
 namespace wkagent {
 
-// What is printed for a text that may be unset.
-inline const char* TextOrEmpty(const char* text) { return text == nullptr ? "" : text; }
-
 // Appends the characters of `text`, without terminator, to a list of names; null is ignored.
 inline void AddText(CLinkList& list, char* text) {
   if (text != nullptr) list.AddNode(text, static_cast<int>(std::strlen(text)));

@@ -8,7 +8,8 @@
 // excludes them. An event is kept when at least one statement covers it and none that covers it
 // excludes it. While it decides, the filter gathers the alerts of the covering statements.
 // WKFilterStatement and WKFilter hold what all kinds share; WKEDAFilterStatement, WKEDAFilter and
-// WKEdaConfig are the statements, the filter and the filter file reader of directory events.
+// WKEdaConfig are the statements, the filter and the filter file reader of directory events;
+// WKELAFilterStatement, WKELAFilter and WKElaConfig those of logins and logouts.
 //
 //   WKEDAFilter filter(fileName);  // reads ../config/<fileName>
 //   if (filter.GetReadError() != nullptr) puts(filter.GetReadError());
@@ -178,6 +179,11 @@ class WKAGENT_EXPORT WKFilter : public WKLogStatus {
   bool alertsExcluded;  // a covering statement suppressed the alerts of this event
 
  protected:
+  // Reads the filter file with a reader of this kind and takes over its statements. Returns 0, or 1
+  // with the statements as they were.
+  template <typename Reader>
+  int ReadStatements();
+
   // Releases the statements and takes over those whose pointers `fresh` holds, in its order.
   void ReplaceStatements(CLinkList& fresh);
 
@@ -319,8 +325,85 @@ class WKAGENT_EXPORT WKEdaConfig : public WKConfigFile {
   WKEDAFilterStatement* currentStatement;  // null before the first `Filter`
 
  private:
-  void ReleaseStatements();
+  int handedOver_ = 0;  // so many statements at the front of `list` have a new owner
+};
 
+// WKELAFilterStatement is a statement about logins (21001) and logouts (21002). It adds the
+// operations and their conditions (705 to 707), which it owns. One thread at a time may use an
+// object.
+class WKAGENT_EXPORT WKELAFilterStatement : public WKFilterStatement {
+ public:
+  // All flags false, `allNodes` too: login statements restrict by node.
+  WKELAFilterStatement();
+  ~WKELAFilterStatement() override;
+
+  // Prints the statement to standard output. Deliberate: operations and conditions are printed as
+  // their code minus 1.
+  void PrintfFilter() override;
+
+  using WKFilterStatement::PassStatement;
+
+  // True when the statement covers the event. A condition of 0 or below counts as 705; any other
+  // operation or condition is covered only by a statement on all operations. A null user is never
+  // covered.
+  bool PassStatement(int operation, int condition, char* user, char* node);
+
+  // Covers all operations under all conditions.
+  void SetAllOpsFlag(bool on);
+
+  // Covers one more operation and one more condition, each on its own; unknown codes are ignored.
+  void AddOperation(int operation, int condition);
+
+  // Uncovers the listed operations and conditions.
+  void ClearOperations();
+
+  bool allOperations;
+  std::int32_t operations[2];  // by code minus 21001
+  std::int32_t conditions[3];  // by code minus 705
+};
+
+// WKELAFilter decides logins and logouts by the statements of one filter file. Ownership and
+// threads as WKFilter.
+class WKAGENT_EXPORT WKELAFilter : public WKFilter {
+ public:
+  // Reads "../config/<fileName>". A failure is reported on standard error; the filter then has no
+  // statements and keeps no event.
+  explicit WKELAFilter(char* fileName);
+
+  // Reads the file again and replaces the statements. Returns 0, or 1 with the statements as they
+  // were, which is also logged.
+  int ReadFilter();
+
+  // True when the event is kept; alerts as for WKEDAFilter::PassFilter, arguments as for
+  // WKELAFilterStatement::PassStatement.
+  bool PassFilter(int operation, int condition, char* user, char* node);
+
+  // Prints every statement.
+  void PrintFilter();
+};
+
+// WKElaConfig reads a login filter file into WKELAFilterStatement objects, by the rules of
+// WKEdaConfig.
+class WKAGENT_EXPORT WKElaConfig : public WKConfigFile {
+ public:
+  WKElaConfig();
+  ~WKElaConfig() override;
+
+  // As WKEdaConfig::ReadFile and MapEDADatatoObject.
+  int ReadFile(char* path) override;
+  void MapELADatatoObject(_xmlNode* element);
+
+  // The handlers of `Filter`, `Operation` and `SMTP` elements.
+  void GetELAFilterDetails(_xmlNode* element);
+  void GetELAOperations(_xmlNode* element);
+  void GetSMTPDetails(_xmlNode* element);
+
+  // As WKEdaConfig::GetFilterStatements.
+  void GetFilterStatements(CLinkList& out);
+
+  WKELAFilterStatement* currentStatement;  // null before the first `Filter`
+
+ private:
   int handedOver_ = 0;  // so many statements at the front of `list` have a new owner
 };
 

@@ -2,19 +2,15 @@
 
 #include <climits>
 #include <string>
-#include <utility>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <libxml/tree.h>
 
-#include "filter_support.h"
 #include "support/agent_home.h"
+#include "support/text.h"
 
 namespace wkagent::test {
 namespace {
-
-using ::testing::ElementsAre;
 
 // Reads the root element of a file of one element.
 class FilterElements : public ::testing::Test {
@@ -70,13 +66,13 @@ TEST_F(FilterElements, WhatIsNoNumberIsZero) {
   }
 }
 
-TEST_F(FilterElements, HugeNumbersBecomeTheNearestInt) {
+TEST_F(FilterElements, OfNumbersTooLargeTheLow32BitsCount) {
   EXPECT_EQ(INT_MAX, Number("2147483647"));
-  EXPECT_EQ(INT_MAX, Number("2147483648"));
-  EXPECT_EQ(INT_MAX, Number("99999999999999999999999999"));
+  EXPECT_EQ(INT_MIN, Number("2147483648"));
+  EXPECT_EQ(20001, Number("4294987297"));
+  EXPECT_EQ(-1, Number("99999999999999999999999999"));
   EXPECT_EQ(INT_MIN, Number("-2147483648"));
-  EXPECT_EQ(INT_MIN, Number("-2147483649"));
-  EXPECT_EQ(INT_MIN, Number("-99999999999999999999999999"));
+  EXPECT_EQ(INT_MAX, Number("-2147483649"));
 }
 
 TEST_F(FilterElements, AnyNumberButZeroIsTrue) {
@@ -85,24 +81,6 @@ TEST_F(FilterElements, AnyNumberButZeroIsTrue) {
   }
   for (const char* value : {"0", "-0", "00", "*0*", "0.9", "true", ""}) {
     EXPECT_FALSE(ReadFlag(file_, Element(std::string("<A F=\"") + value + "\"/>"), "F")) << value;
-  }
-}
-
-TEST_F(FilterElements, CommonElementsConfigureTheStatement) {
-  EXPECT_TRUE(ReadCommonElement(file_, Element("<Users AllUsers=\"1\"/>"), statement_));
-  EXPECT_TRUE(ReadCommonElement(file_, Element("<User Name=\"CN=a,O=b\"/>"), statement_));
-  EXPECT_TRUE(ReadCommonElement(file_, Element("<Action ExcludeAlert=\"1\"/>"), statement_));
-  EXPECT_TRUE(ReadCommonElement(file_, Element("<SNMP Alert=\"1\"/>"), statement_));
-  EXPECT_TRUE(ReadCommonElement(file_, Element("<SysLog Alert=\"1\"/>"), statement_));
-  EXPECT_TRUE(statement_.allUsers && statement_.IsExcludeAlert());
-  EXPECT_TRUE(statement_.IsSNMPAlertSet() && statement_.IsSyslogAlertSet());
-  EXPECT_THAT(Entries(statement_.users), ElementsAre("a.b"));
-}
-
-TEST_F(FilterElements, OtherElementsAreNotCommon) {
-  for (const char* name : {"users", "Usersx", "SNMPx", "Syslog", "Objects", "Filter", "SMTP"}) {
-    EXPECT_FALSE(ReadCommonElement(file_, Element(std::string("<") + name + "/>"), statement_))
-        << name;
   }
 }
 
