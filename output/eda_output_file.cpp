@@ -2,8 +2,7 @@
 
 #include <wkagent/output.h>
 
-#include "core/bounded_copy.h"
-#include "output/record_dates.h"
+#include "output/record_writer.h"
 
 namespace {
 
@@ -26,43 +25,28 @@ WKEDAOutputFile::WKEDAOutputFile(char* file, const char* root, const char* group
     : WKOutputFile(file, root, group) {}
 
 int WKEDAOutputFile::WriteAuditData(tagWKEventData* event) {
-  const wkagent::RecordDates dates(event->EventTime);
-  char eventId[16];
-  char status[16];
-  wkagent::FormatBounded(eventId, "%d", event->EventID);
-  wkagent::FormatBounded(status, "%d", static_cast<int>(event->Status));
-
-  const auto write = [this](const char* name, const char* value) {
-    WriteElementAttribute(name, value);
-  };
-  const auto writeField = [this]<std::size_t kSize>(const char* name, const char(&field)[kSize]) {
-    char text[kSize + 1];  // a field that is full has no terminator of its own
-    wkagent::CopyField(text, field);
-    WriteElementAttribute(name, text);
-  };
+  const wkagent::RecordWriter record(*this, *event);
   WriteStartRecord("EDADataRecord");
-  write("Origin", "EDA");
-  write("Source", "Linux");
-  write("Category", "eDirectory");
-  write("EventID", eventId);
-  write("Status", status);
-  writeField("UserName", event->UserName);
-  write("UserGUID", "");
-  writeField("NodeAddress", event->NodeAddress);
-  writeField("Class1", event->Class1);
-  writeField("Object1", event->Object1);
-  write("ObjectGuid1", "");
-  writeField("Attribute1", event->Attribute1);
-  writeField("AttributeValue", event->AttributeValue);
-  writeField("Class2", event->Class2);
-  writeField("Object2", event->Object2);
-  write("ObjectGuid2", "");
-  writeField("ServerName", event->ServerName);
-  writeField("TreeName", event->TreeName);
-  write("RecordHash", "");
-  write("InsertDate", dates.local);
-  write("LogDate", dates.local);
-  write("UTCDate", dates.utc);
+  record.Text("Origin", "EDA");
+  record.Text("Source", "Linux");
+  record.Text("Category", "eDirectory");
+  record.Number("EventID", event->EventID);
+  record.Number("Status", static_cast<int>(event->Status));
+  record.Field("UserName", event->UserName);
+  record.Text("UserGUID", "");
+  record.Field("NodeAddress", event->NodeAddress);
+  record.Field("Class1", event->Class1);
+  record.Field("Object1", event->Object1);
+  record.Text("ObjectGuid1", "");
+  record.Field("Attribute1", event->Attribute1);
+  record.Field("AttributeValue", event->AttributeValue);
+  record.Field("Class2", event->Class2);
+  record.Field("Object2", event->Object2);
+  record.Text("ObjectGuid2", "");
+  record.Field("ServerName", event->ServerName);
+  record.Field("TreeName", event->TreeName);
+  record.Text("RecordHash", "");
+  record.Dates();
   return WriteEndRecord();
 }
 

@@ -12,6 +12,7 @@
 
 #include "config/xml_library.h"
 #include "core/bounded_copy.h"
+#include "core/printed_text.h"
 #include "core/time_stamp.h"
 #include "output/live_file.h"
 #include "output/safe_archive.h"
@@ -37,8 +38,6 @@ struct WriterFreer {
 using Writer = std::unique_ptr<xmlTextWriter, WriterFreer>;
 
 const xmlChar* Xml(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
-
-const char* TextOrEmpty(const char* text) { return text == nullptr ? "" : text; }
 
 std::string StampNow() { return wkagent::FormatTimeStamp(std::time(nullptr)).data(); }
 
@@ -159,7 +158,7 @@ int WKOutputFile::WriteStartRecord(const char* recordElement) {
 
 int WKOutputFile::WriteStartElement(const char* name) {
   if (xmlTextWriterStartElement(writer, Xml(name)) >= 0) return 0;
-  wkagent::FormatBounded(errorText, "Error in start element %s\n", TextOrEmpty(name));
+  wkagent::FormatBounded(errorText, "Error in start element %s\n", wkagent::TextOrEmpty(name));
   Report();
   return 1;
 }
@@ -168,7 +167,7 @@ int WKOutputFile::WriteElementAttribute(const char* name, const char* value) {
   const int result = xmlTextWriterWriteAttribute(writer, Xml(name), Xml(value));
   if (result >= 0) return 0;
   wkagent::FormatBounded(errorText, "Error writing attribute %s - Value %s Error: %d\n",
-                         TextOrEmpty(name), TextOrEmpty(value), result);
+                         wkagent::TextOrEmpty(name), wkagent::TextOrEmpty(value), result);
   Report();
   return 1;
 }

@@ -6,7 +6,7 @@
 // WKOutputFile writes one live file. Once it holds a set number of records, the file is closed,
 // moved to "../outbox" under a name made of the root element's first three letters and the local
 // time ("EDA20261115082205.xml"), and a new live file is begun. WKEDAOutputFile writes one
-// tagWKEventData as one "EDADataRecord" element.
+// tagWKEventData as one "EDADataRecord" element, WKELAOutputFile as one "ELADataRecord".
 //
 //   WKEDAOutputFile output(liveFile, "EDAuditData", "EDADataRecords");
 //   output.SetSafeArchive(true);
@@ -160,6 +160,16 @@ class WKAGENT_EXPORT WKEDAOutputFile : public WKOutputFile {
   // without a category leaves it as it was. Deliberate: 20008 and 20009 give "Security
   // Equivalances".
   void GetCategory(unsigned short eventCode, char* category);
+};
+
+// WKELAOutputFile writes login and logout events. Ownership and threads as WKOutputFile.
+class WKAGENT_EXPORT WKELAOutputFile : public WKOutputFile {
+ public:
+  WKELAOutputFile(char* file, const char* root, const char* group);
+
+  // Writes one "ELADataRecord", by the rules of WKEDAOutputFile::WriteAuditData. Its category is
+  // "Login" for event code 21001; deliberate: "Logout" for any other.
+  int WriteAuditData(tagWKEventData* event);
 };
 
 #endif  // WKAGENT_OUTPUT_H
