@@ -1,8 +1,6 @@
 #include "agent/agent.h"
 
-#include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -14,18 +12,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "agent/auditlog_feed.h"
-#include "agent/followed_file.h"
-#include "agent/jsonl_feed.h"
+#include "agent/event_queue.h"
+#include "agent/home_path.h"
 #include "agent/pipeline.h"
+#include "agent/reader.h"
 #include "agent/report.h"
+#include "agent/settings.h"
 #include "agent/signals.h"
+#include "agent/source.h"
+#include "agent/whole_file.h"
+#include "agent/worker.h"
 #include "core/handles.h"
 
 namespace wkagent {
 namespace {
-
-constexpr int kIdleMilliseconds = 200;
 
 // Enters the home's bin folder and takes the home's lock, which lasts as long as `lock`.
 ExitStatus EnterHome(const std::string& home, Fd& lock) {
@@ -48,93 +48,56 @@ ExitStatus EnterHome(const std::string& home, Fd& lock) {
   return kOutputFailed;
 }
 
-std::string HostName() {
-  std::array<char, 256> name{};
-  gethostname(name.data(), name.size() - 1);
-  return name.data();
+std::string AbsoluteHome(const std::string& home) {
+  std::error_code error;
+  std::string path = std::filesystem::absolute(home, error).lexically_normal();
+  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+  return path;
 }
 
-std::unique_ptr<Feed> MakeFeed(FeedKind kind, FeedSink& sink) {
-  if (kind == FeedKind::kJsonl) return std::make_unique<JsonlFeed>(sink);
-  return std::make_unique<AuditlogFeed>(sink, HostName());
-}
-
-void PrintTotals(Pipeline& pipeline) {
-  ReportProgress({});
-  std::puts(Describe(pipeline.GetTotals()).c_str());
-  std::fflush(stdout);
-}
-
-// Tells a person who watches that the work goes on.
-class Progress {
- public:
-  void Show(Pipeline& pipeline) {
-    const auto now = std::chrono::steady_clock::now();
-    if (!watched_ || now - last_ < std::chrono::milliseconds(500)) return;
-    last_ = now;
-    const Totals totals = pipeline.GetTotals();
-    ReportProgress(std::to_string(totals.read) + " events read, " + std::to_string(totals.kept) +
-                   " kept");
-  }
-
- private:
-  const bool watched_ = isatty(STDERR_FILENO) != 0;
-  std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
-};
-
-// Hands the input to the feed until it ends, fails or a signal stops the agent.
-ExitStatus Work(const Options& options, FollowedFile& input, Signals& signals, Pipeline& pipeline) {
-  const std::unique_ptr<Feed> feed = MakeFeed(options.feedKind, pipeline);
-  Progress progress;
-  bool idle = false;
-  while (!pipeline.Failed()) {
-    const int waitFd = input.WaitFd();
-    const bool ready = signals.Poll(waitFd, idle || waitFd >= 0 ? kIdleMilliseconds : 0);
-    if (signals.TakeReload()) pipeline.Reload();
-    if (signals.TakeTotals()) PrintTotals(pipeline);
-    if (signals.StopWanted()) return kDone;
-    const auto state = waitFd >= 0 && !ready ? FollowedFile::State::kNothing : input.Read();
-    idle = state == FollowedFile::State::kNothing;
-    switch (state) {
-      case FollowedFile::State::kData:
-        feed->Take(input.Block());
-        progress.Show(pipeline);
-        break;
-      case FollowedFile::State::kNothing:
-        pipeline.Idle();
-        break;
-      case FollowedFile::State::kReplaced:
-        feed->Finish();
-        break;
-      case FollowedFile::State::kEnd:
-        feed->Finish();
-        return kDone;
-      case FollowedFile::State::kFailed:
-        Report(options.feedPath + ": " + std::strerror(input.Error()));
-        return kInputMissing;
-    }
-  }
-  return kOutputFailed;
+// Where the source goes on, if it keeps a position; a position that cannot be used is set aside.
+LogPosition LoadPosition(const std::string& home, const std::string& log) {
+  LogPosition position;
+  std::string text;
+  if (!LoadFile(kPositionFile, text) || position.FromText(text, log)) return position;
+  const std::string aside = std::string(kPositionFile) + ".unused";
+  std::rename(kPositionFile, aside.c_str());
+  Report(InHome(home, kPositionFile) + ": not the position of " + log +
+         ", which is read from its beginning; the file is now " + InHome(home, aside));
+  return position;
 }
 
 }  // namespace
 
 ExitStatus RunAgent(const Options& options) {
-  Signals signals;
-  FollowedFile input(options.feedPath, options.follow);
-  if (!input.Open()) {
-    Report(options.feedPath + ": " + std::strerror(input.Error()));
-    return kInputMissing;
-  }
-  std::error_code error;
-  std::string home = std::filesystem::absolute(options.home, error).lexically_normal();
-  while (home.size() > 1 && home.ends_with('/')) home.pop_back();
+  Signals signals;  // before any thread
+  const std::unique_ptr<Source> source = MakeSource(options);
+  if (const ExitStatus status = source->Open(); status != kDone) return status;
+  const std::string home = AbsoluteHome(options.home);
   Fd lock;
   if (const ExitStatus status = EnterHome(home, lock); status != kDone) return status;
 
+  Settings settings;
+  if (const std::string error = ReadSettings(settings); !error.empty()) {
+    Report(InHome(home, error));
+    return kBadConfiguration;
+  }
   Pipeline pipeline(home, options.feedPath == "-" ? "standard input" : options.feedPath);
+  pipeline.Apply(settings);
   if (const ExitStatus status = pipeline.Start(); status != kDone) return status;
-  const ExitStatus worked = Work(options, input, signals, pipeline);
+  if (const std::string log = source->LogName(); !log.empty()) {
+    const LogPosition position = LoadPosition(home, log);
+    source->StartAt(position);
+    pipeline.KeepPosition(log, position);
+  }
+
+  EventQueue queue(settings.blocks);
+  QueueSink sink(queue);
+  source->Attach(sink);
+  Worker worker(queue, pipeline);
+  Reader reader(home, settings, *source, signals, sink, worker);
+  const ExitStatus worked = reader.Run();
+  worker.Stop();
   const ExitStatus finished = pipeline.Finish();
   PrintTotals(pipeline);
   return worked != kDone ? worked : finished;

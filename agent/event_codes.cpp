@@ -1,7 +1,6 @@
 #include "agent/event_codes.h"
 
-#include <strings.h>
-
+#include "agent/ascii_case.h"
 #include "agent/secret_attributes.h"
 
 namespace wkagent {
@@ -52,10 +51,7 @@ constexpr AttributeCodes kAttributes[] = {
 unsigned short AttributeEventCode(std::string_view attribute, bool removed) {
   const std::string_view name = BaseName(attribute);
   for (const AttributeCodes& entry : kAttributes) {
-    if (entry.attribute.size() == name.size() &&
-        strncasecmp(entry.attribute.data(), name.data(), name.size()) == 0) {
-      return removed ? entry.removed : entry.added;
-    }
+    if (SameIgnoringCase(entry.attribute, name)) return removed ? entry.removed : entry.added;
   }
   return removed ? kValueRemoved : kValueAdded;
 }

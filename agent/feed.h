@@ -18,6 +18,12 @@ class FeedSink {
   // An entry that cannot be understood, with the line that it fails at. `reason` holds no values of
   // the input: they may be secret.
   virtual void OnMalformed(long line, std::string_view reason) = 0;
+
+  // All events of an entry of an access log have been handed over; see LogPosition.
+  virtual void OnEntryRead(std::string_view /*csn*/, std::string_view /*id*/) {}
+
+  // Something that the operator must see to, as it is to be printed.
+  virtual void OnProblem(std::string_view /*what*/) {}
 };
 
 // A feed turns the bytes of one kind of input into events. It is handed the input in blocks of any

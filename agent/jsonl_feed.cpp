@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "agent/event_codes.h"
+#include "agent/event_condition.h"
 #include "agent/field_text.h"
 #include "agent/secret_attributes.h"
 
@@ -50,6 +51,15 @@ const char* SetStatus(tagWKEventData& event, const Value& value) {
   return nullptr;
 }
 
+const char* SetConditionField(tagWKEventData& event, const Value& value) {
+  std::int64_t number = 0;
+  if (!ReadInteger(value, INT32_MIN, INT32_MAX, number)) {
+    return "Condition is not a whole number of 32 bits";
+  }
+  SetCondition(event, static_cast<std::int32_t>(number));
+  return nullptr;
+}
+
 const char* SetEventTime(tagWKEventData& event, const Value& value) {
   std::int64_t number = 0;
   if (!ReadInteger(value, 0, kLastYear9999, number)) {
@@ -73,6 +83,7 @@ constexpr Field kFields[] = {
     {"ServerName", SetText<&tagWKEventData::ServerName>},
     {"TreeName", SetText<&tagWKEventData::TreeName>},
     {"EventTime", SetEventTime},
+    {"Condition", SetConditionField},
 };
 
 }  // namespace

@@ -10,8 +10,8 @@
 namespace wkagent {
 
 // The feed "jsonl": one JSON object a line (RFC 8259), its keys the names of the fields of
-// tagWKEventData. `EventID` is required; a missing `EventTime` is now, any other missing field or
-// null is empty. Unknown keys and blank lines are ignored.
+// tagWKEventData, and `Condition` for logins. `EventID` is required; a missing `EventTime` is now,
+// any other missing field or null is empty. Unknown keys and blank lines are ignored.
 class JsonlFeed : public Feed {
  public:
   explicit JsonlFeed(FeedSink& sink);

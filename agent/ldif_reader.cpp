@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include <strings.h>
-
+#include "agent/ascii_case.h"
 #include "agent/field_text.h"
 #include "agent/secret_attributes.h"
 
@@ -35,11 +34,6 @@ std::string_view CommentText(std::string_view line) {
 bool IsEndMark(std::string_view line) {
   constexpr std::string_view kEnd = "# end ";
   return line.starts_with(kEnd) && IsHeader(line.substr(kEnd.size()));
-}
-
-bool IsNamed(std::string_view name, std::string_view expected) {
-  return name.size() == expected.size() &&
-         strncasecmp(name.data(), expected.data(), name.size()) == 0;
 }
 
 // An attribute description (RFC 4512): letters, digits, hyphens, dots, and options after ";".
@@ -87,7 +81,7 @@ void LdifReader::TakeLine(std::string_view line) {
   if (line.empty()) return EndRecord();
   if (commentOpen_) return TakeComment(line);
   if (state_ == State::kSkippingRecord) return;
-  if (state_ == State::kSkippingGarbage && !IsNamed(line.substr(0, 3), "dn:")) return;
+  if (state_ == State::kSkippingGarbage && !SameIgnoringCase(line.substr(0, 3), "dn:")) return;
   lineStart_ = text_.size();
   lineNumber_ = splitter_.Number();
   lineOpen_ = true;
@@ -134,10 +128,10 @@ void LdifReader::StoreLine(std::size_t start, long number) {
     return Fail(number, "not an LDIF line");
   }
   Stored line{start, colon, 0, 0, number};
-  const bool isName = IsNamed(text.substr(0, colon), "dn");
+  const bool isName = SameIgnoringCase(text.substr(0, colon), "dn");
   if (state_ == State::kInRecord && isName) return Fail(number, "a second dn in one record");
   if (state_ != State::kInRecord && !isName) {
-    if (IsNamed(text.substr(0, colon), "version")) return Clear();
+    if (SameIgnoringCase(text.substr(0, colon), "version")) return Clear();
     return Fail(number, "a record begins with dn");
   }
   if (const char* const error = StoreValue(line, start + colon); error != nullptr) {

@@ -16,13 +16,17 @@ struct NamedFeed {
   FeedKind kind;
 };
 
-constexpr NamedFeed kFeeds[] = {{"auditlog:", FeedKind::kAuditlog}, {"jsonl:", FeedKind::kJsonl}};
+constexpr NamedFeed kFeeds[] = {{"auditlog:", FeedKind::kAuditlog},
+                                {"jsonl:", FeedKind::kJsonl},
+                                {"accesslog:", FeedKind::kAccesslog}};
 
 constexpr char kFooter[] =
     "Feeds:\n"
     "  auditlog:PATH   the LDIF change log of OpenLDAP's auditlog overlay\n"
     "  jsonl:PATH      one JSON object a line, its keys the field names of an event\n"
     "  PATH may be - for standard input.\n"
+    "  accesslog:FILE  cn=accesslog of the directory server that the LDAP settings FILE names;\n"
+    "                  it is always followed\n"
     "\n"
     "Signals: SIGTERM and SIGINT stop, SIGHUP reads the filters again, SIGUSR1 prints totals.\n"
     "\n"
@@ -35,11 +39,12 @@ std::string ReadFeed(const std::string& text, Options& options) {
     if (!text.starts_with(feed.prefix)) continue;
     const std::string path = text.substr(std::string(feed.prefix).size());
     if (path.empty()) return "the path is missing";
+    if (feed.kind == FeedKind::kAccesslog && path == "-") return "the settings must be a file";
     options.feedKind = feed.kind;
     options.feedPath = path == "-" ? path : std::filesystem::absolute(path).string();
     return {};
   }
-  return "KIND:PATH is expected, with auditlog or jsonl as KIND";
+  return "KIND:PATH is expected, with auditlog, jsonl or accesslog as KIND";
 }
 
 }  // namespace
@@ -63,6 +68,13 @@ int ReadOptions(int argc, char** argv, Options& options) {
          "Where events come from")
       ->type_name("KIND:PATH")
       ->required();
+  app.add_option_function<std::string>(
+         "--ca-file",
+         [&](const std::string& path) {
+           options.caFile = std::filesystem::absolute(path).string();
+         },
+         "Certificates (PEM) that the directory server's is verified by, instead of the system's")
+      ->type_name("FILE");
   app.add_flag("--follow", options.follow,
                "Keep reading as the file grows, also after it was rotated");
   try {

@@ -5,13 +5,14 @@
 
 namespace wkagent {
 
-enum class FeedKind { kAuditlog, kJsonl };
+enum class FeedKind { kAuditlog, kJsonl, kAccesslog };
 
 // What the command line asks for.
 struct Options {
   std::string home;
   FeedKind feedKind = FeedKind::kAuditlog;
   std::string feedPath;  // "-" is standard input; else absolute
+  std::string caFile;    // absolute; empty for the system's certificates
   bool follow = false;
 };
 

@@ -1,23 +1,19 @@
 #include "agent/pipeline.h"
 
+#include <cerrno>
 #include <cstring>
+#include <utility>
+
+#include <unistd.h>
 
 #include "agent/event_codes.h"
+#include "agent/home_path.h"
 #include "agent/report.h"
+#include "agent/whole_file.h"
 
 namespace wkagent {
-namespace {
 
 using std::chrono::steady_clock;
-
-constexpr std::chrono::seconds kRetryInterval(10);
-
-char filterFile[] = "EDAFilter.xml";
-char liveFile[] = "../tmp/EDALive.xml";
-
-char* NullIfEmpty(char* text) { return text[0] == '\0' ? nullptr : text; }
-
-}  // namespace
 
 std::string Describe(const Totals& totals) {
   return "wkagentd: totals: read " + std::to_string(totals.read) + ", malformed " +
@@ -29,47 +25,26 @@ std::string Describe(const Totals& totals) {
 Pipeline::Pipeline(std::string home, std::string feedName)
     : home_(std::move(home)),
       feedName_(std::move(feedName)),
-      output_(liveFile, "EDAuditData", "EDADataRecords"),
-      lastRetry_(steady_clock::now()) {}
+      directory_(home_),
+      logins_(home_),
+      lastRetry_(steady_clock::now()),
+      retryInterval_(Settings().pollSeconds) {}
 
 ExitStatus Pipeline::Start() {
-  filter_.emplace(filterFile);
-  filter_->InitializeLogMessage(ReportLibraryMessage);
-  if (filter_->GetReadError() != nullptr) {
-    Report(InHome(filter_->GetReadError()));
-    return kBadConfiguration;
-  }
-  if (filter_->statements.GetCount() == 0) {
-    Report(InHome(filter_->filterPath) + ": it has no Filter element, so every event is dropped");
-  }
-  output_.InitializeLogMessage(ReportLibraryMessage);
-  output_.SetSafeArchive(true);
-  if (output_.OpenFile() == 0) return kDone;
-  Report(InHome(liveFile) + ": cannot be written");
-  return kOutputFailed;
+  if (const ExitStatus status = directory_.Start(); status != kDone) return status;
+  if (const ExitStatus status = logins_.Start(); status != kDone) return status;
+  record_.Started("wkagentd started, process " + std::to_string(getpid()) + ", feed " + feedName_);
+  return kDone;
 }
 
 void Pipeline::OnEvent(tagWKEventData& event) {
-  if (failed_) return;
-  if (Keep(event)) {
-    totals_.alerts += filter_->alerts.GetCount();
-    output_.WriteAuditData(&event);
-    CheckOutput();
-    if (failed_) return;
-    flushed_ = false;
-    ++totals_.kept;
-  } else {
-    ++totals_.dropped;
-  }
+  if (Failed()) return;
+  const bool login = event.EventID == kLogin || event.EventID == kLogout;
+  const bool kept =
+      login ? logins_.Take(event, totals_.alerts) : directory_.Take(event, totals_.alerts);
+  if (Failed()) return record_.Error("wkagentd: an audit file cannot be written");
+  ++(kept ? totals_.kept : totals_.dropped);
   ++totals_.read;
-}
-
-bool Pipeline::Keep(tagWKEventData& event) {
-  // There is no filter for logins yet, and directory filters say nothing about them.
-  if (event.EventID == kLogin || event.EventID == kLogout) return false;
-  return filter_->PassFilter(event.EventID, event.UserName, event.NodeAddress, event.Object1,
-                             event.Class1, NullIfEmpty(event.Attribute1),
-                             NullIfEmpty(event.AttributeValue));
 }
 
 void Pipeline::OnMalformed(long line, std::string_view reason) {
@@ -77,60 +52,75 @@ void Pipeline::OnMalformed(long line, std::string_view reason) {
   Report(feedName_ + ":" + std::to_string(line) + ": " + std::string(reason) + "; skipped");
 }
 
-void Pipeline::Reload() {
-  if (filter_->ReadFilter() == 0) {
-    Report(InHome(filter_->filterPath) + ": read again, " +
-           std::to_string(filter_->statements.GetCount()) + " statements");
-  } else {
-    Report(InHome(filter_->GetReadError()) + "; the filters read before stay in force");
+void Pipeline::OnEntryRead(std::string_view csn, std::string_view id) {
+  // What failed to be written is read again after the next start.
+  if (Failed()) return;
+  position_.Add(csn, id);
+  positionSaved_ = false;
+}
+
+void Pipeline::OnProblem(std::string_view what) {
+  Report(what);
+  record_.Error(what);
+}
+
+void Pipeline::Apply(const Settings& settings) {
+  directory_.SetThreshold(settings.archiveThreshold);
+  logins_.SetThreshold(settings.archiveThreshold);
+  retryInterval_ = std::chrono::seconds(settings.pollSeconds);
+}
+
+void Pipeline::Reload(std::string_view name) {
+  for (const std::string& problem : {directory_.Reload(name), logins_.Reload(name)}) {
+    if (!problem.empty()) OnProblem(problem);
   }
+}
+
+void Pipeline::KeepPosition(std::string log, LogPosition position) {
+  log_ = std::move(log);
+  position_ = std::move(position);
 }
 
 void Pipeline::Idle() {
-  if (!flushed_) {
-    output_.FlushFile();
-    flushed_ = true;
-    CheckOutput();
-  }
-  if (steady_clock::now() - lastRetry_ < kRetryInterval) return;
-  output_.RetryArchive();
+  directory_.Flush();
+  logins_.Flush();
+  if (Failed()) return;
+  SavePosition();
+  if (steady_clock::now() - lastRetry_ < retryInterval_) return;
+  directory_.RetryArchive();
+  logins_.RetryArchive();
   lastRetry_ = steady_clock::now();
 }
 
-// The results of the single writes do not tell: look whether the file still takes what it is given.
-void Pipeline::CheckOutput() {
-  const int error = output_.GetWriteError();
-  if (failed_ || (output_.writer != nullptr && error == 0)) return;
-  failed_ = true;
-  Report(InHome(liveFile) + ": cannot be written" +
-         (error == 0 ? "" : std::string(": ") + std::strerror(error)) +
-         "; the feed can be read again");
-}
-
 ExitStatus Pipeline::Finish() {
-  output_.FlushFile();
-  CheckOutput();
-  output_.CloseFile();
-  if (failed_) return kOutputFailed;
-  if (output_.GetWriteError() != 0) {
-    Report(InHome(liveFile) + ": cannot be completed: " + std::strerror(output_.GetWriteError()));
+  const ExitStatus directory = directory_.Finish();
+  const ExitStatus logins = logins_.Finish();
+  if (directory != kDone || logins != kDone) {
+    record_.Error("wkagentd stopped: an audit file cannot be written");
     return kOutputFailed;
   }
-  if (const int left = output_.RetryArchive(); left > 0) {
+  SavePosition();
+  if (const int left = directory_.RetryArchive() + logins_.RetryArchive(); left > 0) {
     Report(std::to_string(left) + " files wait in " + home_ + "/tmp to be archived");
   }
+  record_.Stopped("wkagentd stopped, process " + std::to_string(getpid()) + ", " +
+                  std::to_string(totals_.kept) + " of " + std::to_string(totals_.read) +
+                  " events kept");
   return kDone;
 }
 
-Totals Pipeline::GetTotals() {
-  totals_.archived = output_.GetArchivedCount();
-  return totals_;
+// Only after the records are on their way to the disk: a position that runs ahead would lose some.
+void Pipeline::SavePosition() {
+  if (log_.empty() || positionSaved_) return;
+  positionSaved_ = ReplaceFile(kPositionFile, position_.ToText(log_));
+  if (std::exchange(positionFailed_, !positionSaved_) || positionSaved_) return;
+  OnProblem(InHome(home_, kPositionFile) + ": " + std::strerror(errno) +
+            "; after a restart some events would be written again");
 }
 
-std::string Pipeline::InHome(std::string_view path) const {
-  constexpr std::string_view kParent = "../";
-  if (!path.starts_with(kParent)) return std::string(path);
-  return home_ + "/" + std::string(path.substr(kParent.size()));
+Totals Pipeline::GetTotals() {
+  totals_.archived = directory_.ArchivedCount() + logins_.ArchivedCount();
+  return totals_;
 }
 
 }  // namespace wkagent

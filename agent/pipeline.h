@@ -3,14 +3,15 @@
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
+#include <string_view>
 
-#include <wkagent/filter.h>
-#include <wkagent/output.h>
-
+#include "agent/audit_stream.h"
 #include "agent/exit_status.h"
 #include "agent/feed.h"
+#include "agent/log_position.h"
+#include "agent/operator_record.h"
+#include "agent/settings.h"
 
 namespace wkagent {
 
@@ -27,49 +28,63 @@ struct Totals {
 // The one line in which the totals are printed.
 [[nodiscard]] std::string Describe(const Totals& totals);
 
-// The way of an event through the agent: the filter decides, a kept event goes into the audit file.
-// It works in the home's bin folder and belongs to one thread.
+// The way of an event through the agent, in one stream for directory events and one for logins. It
+// also keeps the position in an access log, which never runs ahead of the records on disk. It works
+// in the home's bin folder and belongs to one thread at a time.
 class Pipeline : public FeedSink {
  public:
   // `home` and `feedName` are for messages.
   Pipeline(std::string home, std::string feedName);
 
-  // Reads the filter and opens the audit file; kDone when both succeeded.
+  // Reads the filters and opens the live files; kDone when all succeeded.
   [[nodiscard]] ExitStatus Start();
 
   void OnEvent(tagWKEventData& event) override;
   void OnMalformed(long line, std::string_view reason) override;
+  void OnEntryRead(std::string_view csn, std::string_view id) override;
+  void OnProblem(std::string_view what) override;
 
-  // Reads the filter again; where that fails, the one in force stays.
-  void Reload();
+  // Takes new settings over.
+  void Apply(const Settings& settings);
+
+  // Reads the filter of this file name again, or all where it is empty; where that fails, the one
+  // in force stays.
+  void Reload(std::string_view name = {});
+
+  // Keeps the position of this log in "../tmp/accesslog.position" from now on, beginning at
+  // `position`.
+  void KeepPosition(std::string log, LogPosition position);
 
   // Nothing is being read: makes the written records visible, and from time to time tries again to
   // archive what could not be.
   void Idle();
 
-  // True when the audit file could not be written. The events that follow are not taken.
-  [[nodiscard]] bool Failed() const { return failed_; }
+  // True when an audit file could not be written. The events that follow are not taken.
+  [[nodiscard]] bool Failed() const { return directory_.Failed() || logins_.Failed(); }
 
-  // Completes the audit file; kDone, or kOutputFailed when a record may not be on disk.
+  // Completes the audit files; kDone, or kOutputFailed when a record may not be on disk.
   [[nodiscard]] ExitStatus Finish();
 
   [[nodiscard]] Totals GetTotals();
 
  private:
-  // The path in the home that the library knows as "../...".
-  [[nodiscard]] std::string InHome(std::string_view path) const;
-  [[nodiscard]] bool Keep(tagWKEventData& event);
-  void CheckOutput();
+  void SavePosition();
 
   const std::string home_;
   const std::string feedName_;
-  std::optional<WKEDAFilter> filter_;
-  WKEDAOutputFile output_;
+  OperatorRecord record_;
+  AuditStream<DirectoryEvents> directory_;
+  AuditStream<LoginEvents> logins_;
   Totals totals_;
   std::chrono::steady_clock::time_point lastRetry_;
-  bool failed_ = false;
-  bool flushed_ = true;
+  std::chrono::seconds retryInterval_;
+  std::string log_;  // whose position is kept; empty where none is
+  LogPosition position_;
+  bool positionSaved_ = true;
+  bool positionFailed_ = false;  // which is reported once
 };
+
+inline constexpr char kPositionFile[] = "../tmp/accesslog.position";
 
 }  // namespace wkagent
 

@@ -2,16 +2,20 @@
 
 #include <cstdio>
 
+#include <wkagent/mutex.h>
+
 namespace wkagent {
 namespace {
 
-bool progressShown = false;
+Mutex mutex;  // reader and worker report
+bool progressShown WKAGENT_GUARDED_BY(mutex) = false;
 
 constexpr char kEraseLine[] = "\r\x1b[K";
 
 }  // namespace
 
 void Report(std::string_view text) {
+  const MutexLock lock(mutex);
   std::fprintf(stderr, "%swkagentd: %.*s\n", progressShown ? kEraseLine : "",
                static_cast<int>(text.size()), text.data());
   progressShown = false;
@@ -24,6 +28,7 @@ void ReportLibraryMessage(int /*level*/, char* message, char* /*extra*/) {
 }
 
 void ReportProgress(std::string_view text) {
+  const MutexLock lock(mutex);
   if (text.empty() && !progressShown) return;
   std::fprintf(stderr, "%s%.*s", kEraseLine, static_cast<int>(text.size()), text.data());
   std::fflush(stderr);

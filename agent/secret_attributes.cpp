@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include <strings.h>
+#include "agent/ascii_case.h"
 
 namespace wkagent {
 namespace {
@@ -26,7 +26,7 @@ constexpr std::string_view kSecretAttributes[] = {"2.5.4.35",          "olcRootP
 constexpr std::string_view kSecretKeys[] = {"credentials=", "bindpw="};
 
 bool StartsWithIgnoringCase(std::string_view text, std::string_view start) {
-  return text.size() >= start.size() && strncasecmp(text.data(), start.data(), start.size()) == 0;
+  return SameIgnoringCase(text.substr(0, start.size()), start);
 }
 
 std::size_t FindIgnoringCase(std::string_view text, std::string_view part, std::size_t from) {
@@ -52,9 +52,7 @@ std::string_view BaseName(std::string_view attribute) {
 
 bool IsSecretAttribute(std::string_view attribute) {
   const std::string_view name = BaseName(attribute);
-  const auto isName = [&](std::string_view secret) {
-    return name.size() == secret.size() && StartsWithIgnoringCase(name, secret);
-  };
+  const auto isName = [&](std::string_view secret) { return SameIgnoringCase(name, secret); };
   return std::any_of(std::begin(kSecretAttributes), std::end(kSecretAttributes), isName) ||
          FindIgnoringCase(name, "password", 0) != std::string_view::npos;
 }

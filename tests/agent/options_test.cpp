@@ -96,7 +96,7 @@ TEST(Options, AFeedNeedsAKnownKindAndAPath) {
   ExpectUsageError({"--home", "h", "--feed", "jsonl:"}, "the path is missing");
   ExpectUsageError({"--home", "h", "--feed", "auditlog:"}, "the path is missing");
   ExpectUsageError({"--home", "h", "--feed", "x:/y"},
-                   "KIND:PATH is expected, with auditlog or jsonl as KIND");
+                   "KIND:PATH is expected, with auditlog, jsonl or accesslog as KIND");
 }
 
 TEST(Options, UnknownOnesAreRefused) {

@@ -27,6 +27,7 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 // A statement on the users whose names hold `user`; empty covers all.
 std::string Statement(const std::string& user, bool include = true,
@@ -39,6 +40,15 @@ std::string Statement(const std::string& user, bool include = true,
          "</Users>\n<Objects AllObjects=\"1\"/>\n<Classes AllClasses=\"1\"/>\n"
          "<Attributes AllAttributes=\"1\"/>\n<AttributeValues AllAttributeValues=\"1\"/>\n" +
          alerts + "</Filter>\n";
+}
+
+// A login filter file that covers logins and logouts of the users whose names hold `user`.
+std::string Logins(const std::string& user, const std::string& condition) {
+  return "<F><Filter Title=\"\" IncludeExclude=\"1\" Enabled=\"1\" AllDay=\"1\"/>"
+         "<Operations AllOperations=\"0\"/><Operation EventId=\"21001\" Condition=\"" +
+         condition + "\"/><Operation EventId=\"21002\" Condition=\"" + condition +
+         "\"/><Users AllUsers=\"" + (user.empty() ? "1" : "0") + "\"/>" +
+         (user.empty() ? "" : "<User Name=\"" + user + "\"/>") + "<Nodes AllNodes=\"1\"/></F>";
 }
 
 constexpr char kAllAlerts[] =
@@ -133,6 +143,7 @@ class PipelineTest : public ::testing::Test {
     std::vector<int> numbers;
     for (const std::string folder : {"outbox", "tmp"}) {
       for (const std::string& name : home_.List(folder)) {
+        if (!name.starts_with("EDA")) continue;
         for (const Record& record : RecordsIn(home_.Path(folder + "/" + name))) {
           numbers.push_back(std::stoi(ValueOf(record, "Object1").substr(6)));
         }
@@ -236,12 +247,95 @@ TEST_F(PipelineTest, KeptEventsAreWrittenAndDroppedOnesAreNot) {
   EXPECT_EQ(0, totals.malformed);
 }
 
-TEST_F(PipelineTest, LoginsAreDropped) {
+TEST_F(PipelineTest, WithoutALoginFilterLoginsAreDropped) {
   ASSERT_EQ(kDone, Start());
   Send("bob", 1, kLogin);
   Send("bob", 1, kLogout);
   EXPECT_EQ(2, GetTotals().dropped);
   EXPECT_EQ(0, GetTotals().kept);
+  EXPECT_FALSE(home_.Exists("tmp/ELALive.xml"));
+}
+
+TEST_F(PipelineTest, LoginsHaveAFilterAndALiveFileOfTheirOwn) {
+  home_.Write("config/EDAFilter.xml", "<F/>");
+  home_.Write("config/ELAFilter.xml", Logins("bob", "0"));
+  ASSERT_EQ(kDone, Start());
+  Send("bob", 1, kLogin);
+  Send("eve", 1, kLogin);
+  Send("bob", 1, kLogout);
+  Send("bob", 1, kEntryAdded);
+  EXPECT_EQ(kDone, Finish());
+  EXPECT_EQ(2, GetTotals().dropped);
+  const std::vector<Record> records = RecordsIn(home_.Path("tmp/ELALive.xml"));
+  ASSERT_THAT(records, SizeIs(2));
+  EXPECT_EQ("Login", ValueOf(records[0], "Category"));
+  EXPECT_EQ("Logout", ValueOf(records[1], "Category"));
+}
+
+TEST_F(PipelineTest, TheConditionOfALoginDecides) {
+  home_.Write("config/ELAFilter.xml", Logins("bob", "706"));
+  ASSERT_EQ(kDone, Start());
+  JsonlFeed feed(*pipeline_);
+  feed.Take("{\"EventID\":21001,\"UserName\":\"bob\",\"Condition\":706}\n");
+  feed.Take("{\"EventID\":21001,\"UserName\":\"bob\",\"Condition\":705}\n");
+  feed.Take("{\"EventID\":21001,\"UserName\":\"bob\"}\n");
+  EXPECT_EQ(1, GetTotals().kept);
+  EXPECT_EQ(2, GetTotals().dropped);
+}
+
+TEST_F(PipelineTest, ArchivesOfTheTwoKindsBearTheirLetters) {
+  home_.Write("config/ELAFilter.xml", Logins("", "0"));
+  ASSERT_EQ(kDone, Start());
+  Settings settings;
+  settings.archiveThreshold = 2;
+  pipeline_->Apply(settings);
+  Send("bob", 3, kLogin);
+  Send("bob", 3, kEntryAdded);
+  EXPECT_THAT(home_.Archives(), ElementsAre(StartsWith("EDA"), StartsWith("ELA")));
+}
+
+TEST_F(PipelineTest, ABrokenLoginFilterIsBadConfiguration) {
+  home_.Write("config/ELAFilter.xml", "<F>");
+  EXPECT_EQ(kBadConfiguration, Start());
+  EXPECT_THAT(printed_, HasSubstr(root_ + "/config/ELAFilter.xml:1: "));
+}
+
+TEST_F(PipelineTest, ALoginFilterThatComesLaterIsTakenOver) {
+  ASSERT_EQ(kDone, Start());
+  Send("bob", 1, kLogin);
+  home_.Write("config/ELAFilter.xml", Logins("", "0"));
+  Quietly([&] {
+    pipeline_->Reload("ELAFilter.xml");
+    return 0;
+  });
+  EXPECT_THAT(printed_, HasSubstr(root_ + "/config/ELAFilter.xml: read again, 1 statements\n"));
+  Send("bob", 1, kLogin);
+  EXPECT_EQ(1, GetTotals().kept);
+  EXPECT_EQ(1, GetTotals().dropped);
+}
+
+TEST_F(PipelineTest, ABrokenLoginFilterThatComesLaterIsReported) {
+  ASSERT_EQ(kDone, Start());
+  home_.Write("config/ELAFilter.xml", "<F>");
+  Quietly([&] {
+    pipeline_->Reload();
+    return 0;
+  });
+  EXPECT_THAT(printed_, HasSubstr("; there is no filter yet that could stay in force\n"));
+  Send("bob", 1, kLogin);
+  EXPECT_EQ(1, GetTotals().dropped);
+}
+
+TEST_F(PipelineTest, AReloadByNameLeavesTheOtherFilterAlone) {
+  ASSERT_EQ(kDone, Start());
+  home_.Write("config/EDAFilter.xml", "<F/>");
+  Quietly([&] {
+    pipeline_->Reload("ELAFilter.xml");
+    return 0;
+  });
+  EXPECT_EQ("", printed_);
+  Send("bob");
+  EXPECT_EQ(1, GetTotals().kept);
 }
 
 TEST_F(PipelineTest, AlertsOfKeptEventsAreCounted) {
@@ -328,7 +422,7 @@ TEST_F(PipelineTest, FullFilesAreArchived) {
   ASSERT_EQ(kDone, Start());
   Send("bob", 1200);
   EXPECT_EQ(kDone, Finish());
-  EXPECT_THAT(home_.List("outbox"), SizeIs(2));
+  EXPECT_THAT(home_.Archives(), SizeIs(2));
   EXPECT_EQ(2, GetTotals().archived);
   EXPECT_THAT(RecordsIn(home_.Path("tmp/EDALive.xml")), SizeIs(200));
   EXPECT_EQ(Numbers(1200), Written());
@@ -340,7 +434,7 @@ TEST_F(PipelineTest, WhatAnEarlierProcessLeftIsArchived) {
   EXPECT_EQ(kDone, Finish());
   pipeline_.reset();
   ASSERT_EQ(kDone, Start());
-  EXPECT_THAT(home_.List("outbox"), SizeIs(1));
+  EXPECT_THAT(home_.Archives(), SizeIs(1));
   EXPECT_THAT(printed_, HasSubstr("wkagentd: Created archive file"));
   Send("bob", 2);
   EXPECT_EQ(kDone, Finish());
@@ -366,8 +460,8 @@ TEST_F(PipelineTest, WhatWaitedIsArchivedOnceTheOutboxIsBack) {
   Send("bob", 1100);
   std::filesystem::create_directory(home_.Path("outbox"));
   EXPECT_EQ(kDone, Finish());
-  EXPECT_THAT(home_.List("outbox"), SizeIs(2));
-  EXPECT_THAT(home_.List("tmp"), ElementsAre("EDALive.xml"));
+  EXPECT_THAT(home_.Archives(), SizeIs(2));
+  EXPECT_THAT(home_.List("tmp"), ElementsAre("EDALive.xml", "wkagentd.status"));
   EXPECT_EQ(Numbers(1100), Written());
 }
 
@@ -380,7 +474,7 @@ TEST_F(PipelineTest, WhatAnEarlierProcessCouldNotArchiveIsArchivedAtStart) {
   std::filesystem::create_directory(home_.Path("outbox"));
   ASSERT_EQ(kDone, Start());
   EXPECT_EQ(kDone, Finish());
-  EXPECT_THAT(home_.List("outbox"), SizeIs(2));
+  EXPECT_THAT(home_.Archives(), SizeIs(2));
   EXPECT_EQ(Numbers(501), Written());
 }
 
@@ -441,6 +535,44 @@ TEST_F(PipelineTest, ADiskThatIsFullWhenIdleFails) {
   });
 }
 
+// The position in a log.
+
+TEST_F(PipelineTest, ThePositionIsSavedWithTheRecords) {
+  ASSERT_EQ(kDone, Start());
+  pipeline_->KeepPosition("the log", {});
+  Send("bob");
+  pipeline_->OnEntryRead("20261120204603.000012Z#000000#000#000000", "a");
+  EXPECT_FALSE(home_.Exists("tmp/accesslog.position"));
+  pipeline_->Idle();
+  LogPosition position;
+  EXPECT_TRUE(position.FromText(home_.Read("tmp/accesslog.position"), "the log"));
+  EXPECT_TRUE(position.Contains("a"));
+  EXPECT_THAT(home_.Read("tmp/EDALive.xml"), HasSubstr("object0.acme"));
+}
+
+TEST_F(PipelineTest, ThePositionIsSavedAtTheEnd) {
+  ASSERT_EQ(kDone, Start());
+  pipeline_->KeepPosition("the log", {});
+  pipeline_->OnEntryRead("20261120204603.000012Z#000000#000#000000", "a");
+  EXPECT_EQ(kDone, Finish());
+  EXPECT_THAT(home_.Read("tmp/accesslog.position"), HasSubstr(" a\n"));
+}
+
+TEST_F(PipelineTest, APositionThatCannotBeSavedIsReportedOnce) {
+  ASSERT_EQ(kDone, Start());
+  pipeline_->KeepPosition("the log", {});
+  std::filesystem::create_directory(home_.Path("tmp/accesslog.position.new"));
+  for (int i = 0; i < 3; ++i) {
+    pipeline_->OnEntryRead("20261120204603.000012Z#000000#000#000000", std::to_string(i));
+    Quietly([&] {
+      pipeline_->Idle();
+      return 0;
+    });
+    EXPECT_EQ(i == 0,
+              printed_.find("/tmp/accesslog.position: Is a directory;") != std::string::npos);
+  }
+}
+
 // From feed to file.
 
 TEST_F(PipelineTest, EveryTextOfAnEventArrivesInItsRecord) {
@@ -476,8 +608,9 @@ TEST_F(PipelineTest, TheSampleLogsEventsAreAllWrittenAndNoPassword) {
   std::string text;
   for (const std::string folder : {"outbox", "tmp"}) {
     for (const std::string& name : home_.List(folder)) {
-      records += RecordsIn(home_.Path(folder + "/" + name)).size();
       text += home_.Read(folder + "/" + name);
+      if (!name.starts_with("EDA")) continue;
+      records += RecordsIn(home_.Path(folder + "/" + name)).size();
     }
   }
   EXPECT_EQ(Found(SampleLog()).events.size(), records);

@@ -66,17 +66,6 @@ std::string JsonText(const std::string& text) {
   return quoted + "\"";
 }
 
-// The paths of the files of a folder, if there is one, that end so.
-std::vector<std::string> FilesThatEnd(const AgentHome& home, const std::string& folder,
-                                      const char* ending) {
-  std::vector<std::string> paths;
-  if (!std::filesystem::is_directory(home.Path(folder))) return paths;
-  for (const std::string& name : home.List(folder)) {
-    if (name.ends_with(ending)) paths.push_back(home.Path(folder + "/" + name));
-  }
-  return paths;
-}
-
 // The number behind a word, -1 where there is none.
 long FigureBehind(const std::string& word, const std::string& line) {
   const std::size_t found = line.find(word);
@@ -176,10 +165,17 @@ Totals AgentTest::Audit(const std::string& jsonLines) const {
 }
 
 std::vector<std::string> AgentTest::AuditFiles() const {
-  std::vector<std::string> files = FilesThatEnd(home_, "outbox", ".xml");
-  const std::vector<std::string> setAside = FilesThatEnd(home_, "tmp", ".pending");
-  files.insert(files.end(), setAside.begin(), setAside.end());
-  if (home_.Exists("tmp/EDALive.xml")) files.push_back(home_.Path("tmp/EDALive.xml"));
+  std::vector<std::string> files;
+  if (std::filesystem::is_directory(home_.Path("outbox"))) {
+    for (const std::string& name : home_.Archives()) files.push_back(home_.Path("outbox/" + name));
+  }
+  if (!home_.Exists("tmp")) return files;
+  for (const std::string& name : home_.List("tmp")) {
+    if (name.ends_with(".pending")) files.push_back(home_.Path("tmp/" + name));
+  }
+  for (const char* live : {"tmp/EDALive.xml", "tmp/ELALive.xml"}) {
+    if (home_.Exists(live)) files.push_back(home_.Path(live));
+  }
   return files;
 }
 

@@ -3,9 +3,9 @@
 
 usage: audit_files.py FILE...
 
-Each record is its file's name and then its attributes' values in the order of the file, with 0x1F
-between them and 0x1E behind the last: characters that XML cannot hold. Fails at the first file that
-is not exactly an audit file.
+Each record is its file's name and then the values of the attributes below, with 0x1F between them and
+0x1E behind the last: characters that XML cannot hold. A login record lacks some attributes, whose
+values are then empty. Fails at the first file that is not exactly an audit file.
 """
 
 import os
@@ -15,6 +15,11 @@ import xml.etree.ElementTree as ElementTree
 ATTRIBUTES = """Origin Source Category EventID Status UserName UserGUID NodeAddress Class1 Object1
 ObjectGuid1 Attribute1 AttributeValue Class2 Object2 ObjectGuid2 ServerName TreeName RecordHash
 InsertDate LogDate UTCDate""".split()
+LACKING = {
+    "EDA": [],
+    "ELA": """Class1 Object1 ObjectGuid1 Attribute1 AttributeValue Class2 Object2
+ObjectGuid2""".split(),
+}
 
 
 def require(condition, what):
@@ -24,13 +29,14 @@ def require(condition, what):
 
 def records(path):
     root = ElementTree.parse(path).getroot()
-    require(root.tag.startswith("EDA") and not root.attrib, "the root element")
+    kind = root.tag[:3]
+    require(kind in LACKING and not root.attrib, "the root element")
     require(len(root) == 1 and not root[0].attrib, "the element in the root element")
-    group = root[0]
-    for record in group:
-        require(record.tag == "EDADataRecord" and len(record) == 0, "a record's element")
-        require(list(record.attrib) == ATTRIBUTES, "the attributes: " + " ".join(record.attrib))
-        yield list(record.attrib.values())
+    expected = [name for name in ATTRIBUTES if name not in LACKING[kind]]
+    for record in root[0]:
+        require(record.tag == kind + "DataRecord" and len(record) == 0, "a record's element")
+        require(list(record.attrib) == expected, "the attributes: " + " ".join(record.attrib))
+        yield [record.attrib.get(name, "") for name in ATTRIBUTES]
 
 
 def main(paths):

@@ -80,7 +80,7 @@ TEST_F(AgentFeed, StandardInputIsReadAsItComes) {
 TEST_F(AgentFeed, EmptyInputMakesNoAuditFile) {
   EXPECT_EQ((Totals{0, 0, 0, 0, 0, 0}), Audit(""));
   EXPECT_EQ((Totals{0, 0, 0, 0, 0, 0}), Audit("\n \n"));
-  EXPECT_THAT(home_.List("outbox"), IsEmpty());
+  EXPECT_THAT(home_.Archives(), IsEmpty());
   EXPECT_THAT(Records(), IsEmpty());
 }
 

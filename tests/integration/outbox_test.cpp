@@ -57,7 +57,7 @@ TEST_F(OutboxTrouble, FilesAreArchivedAtTheNextStart) {
   EXPECT_EQ((Totals{1, 0, 1, 0, 3, 0}), Audit(Numbered(1200)));
   EXPECT_EQ(Range(0, 1201), SortedNumbers());
   EXPECT_EQ(0U, SetAside());
-  EXPECT_THAT(home_.List("outbox"), SizeIs(3));
+  EXPECT_THAT(home_.Archives(), SizeIs(3));
 }
 
 TEST_F(OutboxTrouble, FilesAreArchivedAtTheNextRotation) {
@@ -81,7 +81,7 @@ TEST_F(OutboxTrouble, FilesAreArchivedByAnIdleAgent) {
   Process agent(Command("jsonl:" + home_.Path("events"), {"--follow"}));
   ASSERT_TRUE(WaitForEvent(599));
   MakeOutbox();
-  EXPECT_TRUE(WaitUntil([&] { return home_.List("outbox").size() == 1; }));
+  EXPECT_TRUE(WaitUntil([&] { return home_.Archives().size() == 1; }));
   agent.Signal(SIGTERM);
   EXPECT_EQ(0, agent.Wait());
   EXPECT_EQ(Range(0, 600), Numbers());
@@ -121,7 +121,7 @@ TEST_F(OutboxTrouble, ReadOnlyOutboxLosesNoRecord) {
   InPrivateRoot([this] {
     MountReadOnly(home_.Path("outbox"));
     EXPECT_EQ((Totals{600, 0, 600, 0, 0, 0}), Audit(Numbered(0, 600)));
-    EXPECT_THAT(home_.List("outbox"), IsEmpty());
+    EXPECT_THAT(home_.Archives(), IsEmpty());
     EXPECT_EQ(Range(0, 600), SortedNumbers());
   });
   EXPECT_EQ((Totals{0, 0, 0, 0, 2, 0}), Audit(""));
@@ -140,7 +140,7 @@ TEST_F(OutboxTrouble, OutboxOnAnotherDiskLosesNoRecord) {
 TEST_F(OutboxTrouble, ArchivesOfOneSecondDoNotReplaceEachOther) {
   const Totals totals = Audit(Numbered(0, 10001));
   EXPECT_EQ(20, totals.archived);
-  EXPECT_THAT(home_.List("outbox"), SizeIs(20));
+  EXPECT_THAT(home_.Archives(), SizeIs(20));
   EXPECT_EQ(Range(0, 10001), Numbers());
 }
 
@@ -151,7 +151,7 @@ TEST_F(OutboxTrouble, ReceiverMayTakeArchivesAwayAtAnyTime) {
   for (int number = 0; number < 3000; number += 500) {
     agent.Write(Numbered(number, number + 500));
     ASSERT_TRUE(WaitForEvent(number + 499));
-    for (const std::string& name : home_.List("outbox")) {
+    for (const std::string& name : home_.Archives()) {
       std::filesystem::rename(home_.Path("outbox/" + name),
                               home_.Path("taken/" + std::to_string(taken++)));
     }

@@ -89,7 +89,7 @@ TEST_P(StopSignal, EndsAnAgentThatFollowsAnIdleFile) {
 TEST_P(StopSignal, EndsAnAgentInTheMiddleOfALargeFeed) {
   home_.Write("events", Numbered(0, 200000));
   Process agent(Command("jsonl:" + home_.Path("events")));
-  ASSERT_TRUE(WaitUntil([&] { return home_.List("outbox").size() > 1 || agent.HasEnded(); }));
+  ASSERT_TRUE(WaitUntil([&] { return home_.Archives().size() > 1 || agent.HasEnded(); }));
   agent.Signal(GetParam());
   EXPECT_EQ(0, agent.Wait());
   ASSERT_THAT(TotalsIn(agent.Output()), SizeIs(1));
@@ -176,7 +176,7 @@ TEST_F(AgentSignals, KilledAgentsRecordsAreArchivedAtTheNextStart) {
   agent_->Wait();
   EXPECT_EQ((Totals{5, 0, 5, 0, 1, 0}), Audit(Numbered(30, 35)));
   EXPECT_EQ(Range(0, 35), Numbers());
-  EXPECT_THAT(home_.List("outbox"), SizeIs(1));
+  EXPECT_THAT(home_.Archives(), SizeIs(1));
 }
 
 TEST_F(AgentSignals, ClosedOutputsDoNotSpoilTheAuditFile) {

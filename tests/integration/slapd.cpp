@@ -1,5 +1,6 @@
 #include "integration/slapd.h"
 
+#include <csignal>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -43,16 +44,43 @@ std::string AuditlogOverlay(const std::string& database, const std::string& log)
          log + "\n\n";
 }
 
+// The database that keeps the access log, and who may read it.
+std::string AccessLogDatabase(const std::string& folder) {
+  const std::string reader = DirectoryServer::kReader;
+  return "dn: olcDatabase={1}mdb,cn=config\nobjectClass: olcDatabaseConfig\n"
+         "objectClass: olcMdbConfig\nolcDatabase: {1}mdb\nolcDbDirectory: " +
+         folder +
+         "/log\nolcSuffix: cn=accesslog\nolcRootDN: cn=log\n"
+         "olcDbIndex: entryCSN,reqStart,objectClass eq\n"
+         "olcAccess: to * by dn.exact=" +
+         reader +
+         " read\n"
+         "olcLimits: dn.exact=" +
+         reader +
+         " size=unlimited time=unlimited\n\n"
+         "dn: olcOverlay={0}syncprov,olcDatabase={1}mdb,cn=config\n"
+         "objectClass: olcOverlayConfig\nobjectClass: olcSyncProvConfig\n"
+         "olcOverlay: {0}syncprov\nolcSpNoPresent: TRUE\nolcSpReloadHint: TRUE\n\n";
+}
+
+// What of the database goes into the access log.
+constexpr char kAccessLogOverlay[] =
+    "dn: olcOverlay={1}accesslog,olcDatabase={2}mdb,cn=config\nobjectClass: olcOverlayConfig\n"
+    "objectClass: olcAccessLogConfig\nolcOverlay: {1}accesslog\nolcAccessLogDB: cn=accesslog\n"
+    "olcAccessLogOps: writes session\nolcAccessLogSuccess: FALSE\n\n";
+
 }  // namespace
 
 DirectoryServer::DirectoryServer(std::string folder, const std::string& log)
     : folder_(std::move(folder)), socket_(folder_ + "/ldapi") {
-  for (const char* name : {"/config", "/data"}) std::filesystem::create_directory(folder_ + name);
+  for (const char* name : {"/config", "/data", "/log"}) {
+    std::filesystem::create_directory(folder_ + name);
+  }
   WriteConfiguration(log);
   WriteEntries();
   // Somebody may take the port before slapd does.
   for (int attempt = 0; attempt < 5; ++attempt) {
-    if (Start()) return;
+    if (Start(FreePort())) return;
   }
   throw std::runtime_error("slapd does not start: " + slapd_->Errors());
 }
@@ -63,7 +91,8 @@ void DirectoryServer::WriteConfiguration(const std::string& log) const {
       "dn: cn=config\nobjectClass: olcGlobal\ncn: config\n\n"
       "dn: cn=module{0},cn=config\nobjectClass: olcModuleList\ncn: module{0}\n"
       "olcModulePath: " WKAGENT_SLAPD_MODULES
-      "\nolcModuleLoad: back_mdb\nolcModuleLoad: auditlog\n\n"
+      "\nolcModuleLoad: back_mdb\nolcModuleLoad: auditlog\n"
+      "olcModuleLoad: accesslog\nolcModuleLoad: syncprov\n\n"
       "dn: cn=schema,cn=config\nobjectClass: olcSchemaConfig\ncn: schema\n\n";
   for (const char* schema : {"core", "cosine", "inetorgperson"}) {
     ldif += std::string("include: file://" WKAGENT_LDAP_SCHEMA "/") + schema + ".ldif\n\n";
@@ -73,11 +102,13 @@ void DirectoryServer::WriteConfiguration(const std::string& log) const {
       "olcDatabase: {0}config\nolcRootDN: cn=config\n" +
       password + "\n";
   ldif += AuditlogOverlay("{0}config", log);
+  ldif += AccessLogDatabase(folder_);
   ldif +=
-      "dn: olcDatabase={1}mdb,cn=config\nobjectClass: olcDatabaseConfig\n"
-      "objectClass: olcMdbConfig\nolcDatabase: {1}mdb\nolcDbDirectory: " +
+      "dn: olcDatabase={2}mdb,cn=config\nobjectClass: olcDatabaseConfig\n"
+      "objectClass: olcMdbConfig\nolcDatabase: {2}mdb\nolcDbDirectory: " +
       folder_ + "/data\nolcSuffix: o=acme\nolcRootDN: cn=admin,o=acme\n" + password + "\n";
-  ldif += AuditlogOverlay("{1}mdb", log);
+  ldif += AuditlogOverlay("{2}mdb", log);
+  ldif += kAccessLogOverlay;
   OutputOf({WKAGENT_SLAPADD, "-F", folder_ + "/config", "-n", "0"}, ldif);
 }
 
@@ -86,12 +117,38 @@ void DirectoryServer::WriteEntries() const {
   for (const std::string unit : {"sales", "finance"}) {
     ldif += "dn: ou=" + unit + ",o=acme\nobjectClass: organizationalUnit\nou: " + unit + "\n\n";
   }
+  ldif += std::string("dn: ") + kReader +
+          "\nobjectClass: person\ncn: reader\nsn: reader\nuserPassword: " + kPassword + "\n\n";
   OutputOf({WKAGENT_SLAPADD, "-F", folder_ + "/config", "-b", "o=acme"}, ldif);
 }
 
-bool DirectoryServer::Start() {
-  url_ = "ldap://127.0.0.1:" + std::to_string(FreePort());
-  const std::string urls = url_ + "/ " + LocalUrl(socket_);
+void DirectoryServer::Stop() {
+  slapd_->Signal(SIGTERM);
+  slapd_->Wait();
+}
+
+void DirectoryServer::StartAgain() {
+  if (!Start(port_)) throw std::runtime_error("slapd does not start again: " + slapd_->Errors());
+}
+
+std::string DirectoryServer::OfferTls() {
+  const std::string certificate = folder_ + "/certificate.pem";
+  const std::string key = folder_ + "/key.pem";
+  OutputOf({"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
+            "/CN=slapd of a test", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out",
+            certificate});
+  Modify("dn: cn=config\nchangetype: modify\nadd: olcTLSCertificateFile\nolcTLSCertificateFile: " +
+             certificate + "\n-\nadd: olcTLSCertificateKeyFile\nolcTLSCertificateKeyFile: " + key +
+             "\n",
+         kConfigAdmin);
+  moreUrls_ = " ldaps://127.0.0.1/";
+  return certificate;
+}
+
+bool DirectoryServer::Start(int port) {
+  port_ = port;
+  url_ = "ldap://127.0.0.1:" + std::to_string(port);
+  const std::string urls = url_ + "/ " + LocalUrl(socket_) + moreUrls_;
   slapd_ = std::make_unique<Process>(
       std::vector<std::string>{WKAGENT_SLAPD, "-F", folder_ + "/config", "-h", urls, "-d", "0"});
   return WaitUntil([this] { return slapd_->HasEnded() || Answers(); }) && !slapd_->HasEnded();

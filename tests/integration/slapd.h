@@ -9,13 +9,15 @@
 
 namespace wkagent::test {
 
-// A slapd of the test's own on loopback, with the suffix o=acme (ou=sales and ou=finance below it)
-// and the auditlog overlay on that database and on cn=config. It ends with the object.
+// A slapd of the test's own on loopback, with the suffix o=acme (ou=sales and ou=finance below it),
+// the auditlog overlay on that database and on cn=config, and a log of that database's changes,
+// binds and unbinds in cn=accesslog, which kReader may read. It ends with the object.
 class DirectoryServer {
  public:
   static constexpr char kAdmin[] = "cn=admin,o=acme";
   static constexpr char kConfigAdmin[] = "cn=config";
-  static constexpr char kPassword[] = "Geheim7-root";
+  static constexpr char kReader[] = "cn=reader,o=acme";
+  static constexpr char kPassword[] = "Geheim7-root";  // of all of them
 
   // Keeps its files in `folder`, which exists and is empty, and writes its change log to `log`.
   // Returns once it answers; throws where it does not.
@@ -29,6 +31,17 @@ class DirectoryServer {
   void ChangePassword(const std::string& name, const std::string& password) const;
   void Delete(const std::string& name) const;
 
+  // Ends slapd, and starts it again with the same data and port.
+  void Stop();
+  void StartAgain();
+
+  // Lets it offer STARTTLS, with a certificate of its own for 127.0.0.1, and from its next start on
+  // LDAPS on port 636. Returns the certificate's path.
+  std::string OfferTls();
+
+  [[nodiscard]] const std::string& Url() const { return url_; }
+  [[nodiscard]] int Port() const { return port_; }
+
   // ldapadd over the local socket instead of TCP.
   void AddLocally(const std::string& ldif) const;
 
@@ -37,7 +50,7 @@ class DirectoryServer {
  private:
   void WriteConfiguration(const std::string& log) const;
   void WriteEntries() const;
-  [[nodiscard]] bool Start();
+  [[nodiscard]] bool Start(int port);
   [[nodiscard]] bool Answers() const;
   void Tool(const std::string& tool, const std::string& user, const std::vector<std::string>& more,
             const std::string& input = {}) const;
@@ -45,6 +58,8 @@ class DirectoryServer {
   const std::string folder_;
   const std::string socket_;
   std::string url_;
+  int port_ = 0;
+  std::string moreUrls_;
   std::unique_ptr<Process> slapd_;
 };
 

@@ -19,7 +19,7 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 constexpr char kPerson[] = "objectClass: inetOrgPerson\nsn: Smith\nuserPassword: Geheim7-person\n";
-constexpr char kDatabase[] = "dn: olcDatabase={1}mdb,cn=config\nchangetype: modify\n";
+constexpr char kDatabase[] = "dn: olcDatabase={2}mdb,cn=config\nchangetype: modify\n";
 constexpr char kAgreement[] =
     "{0}rid=001 provider=ldap://127.0.0.1:9 searchbase=\"o=acme\" bindmethod=simple ";
 constexpr std::size_t kRecordsOfPerson = 5;
@@ -336,7 +336,7 @@ TEST_F(SlapdToArchive, PasswordOfTheConfiguration) {
   server_->Modify(std::string(kDatabase) +
                       "replace: olcRootPW\nolcRootPW: " + DirectoryServer::kPassword + "\n",
                   DirectoryServer::kConfigAdmin);
-  const char changed[] = "20005 config 127.0.0.1 {1}mdb.config olcRootPW=";
+  const char changed[] = "20005 config 127.0.0.1 {2}mdb.config olcRootPW=";
   EXPECT_THAT(Audited(), ElementsAre(changed, changed));
 }
 
@@ -344,9 +344,9 @@ TEST_F(SlapdToArchive, ReplicationAgreements) {
   AgreeAndDisagree("credentials=Geheim7-replica");
   const std::vector<std::string> lines = Audited();
   ASSERT_EQ(2U, lines.size());
-  EXPECT_THAT(lines[0], StartsWith("20010 config 127.0.0.1 {1}mdb.config olcSyncrepl="));
+  EXPECT_THAT(lines[0], StartsWith("20010 config 127.0.0.1 {2}mdb.config olcSyncrepl="));
   EXPECT_THAT(lines[0], HasSubstr("provider=ldap://127.0.0.1:9"));
-  EXPECT_EQ("20011 config 127.0.0.1 {1}mdb.config olcSyncrepl=", lines[1]);
+  EXPECT_EQ("20011 config 127.0.0.1 {2}mdb.config olcSyncrepl=", lines[1]);
 }
 
 TEST_F(SlapdToArchive, PasswordInQuotesOfAReplicationAgreement) {

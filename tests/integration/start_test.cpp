@@ -147,7 +147,7 @@ TEST_P(BadFilter, IsNamedWithStatus78) {
   const Ended ended = Start();
   EXPECT_EQ(78, ended.status);
   EXPECT_THAT(ended.errors, HasSubstr(FilterPath()));
-  EXPECT_THAT(home_.List("outbox"), IsEmpty());
+  EXPECT_THAT(home_.Archives(), IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(

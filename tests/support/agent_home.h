@@ -50,6 +50,15 @@ class AgentHome {
     return std::filesystem::exists(root_ / name);
   }
 
+  // The names of the audit files in the outbox, sorted; the agent's markers lie there too.
+  [[nodiscard]] std::vector<std::string> Archives() const {
+    std::vector<std::string> names = List("outbox");
+    std::erase_if(names, [](const std::string& name) {
+      return !name.starts_with("EDA") && !name.starts_with("ELA");
+    });
+    return names;
+  }
+
   // The names in a folder of the home, sorted.
   [[nodiscard]] std::vector<std::string> List(const std::string& folder) const {
     std::vector<std::string> names;

@@ -17,17 +17,23 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <cstring>
 #include <functional>
 #include <iostream>
 #include <string>
 #include <system_error>
 
 #include <gtest/gtest.h>
+#include <net/if.h>
 #include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "core/handles.h"
 
 namespace wkagent::test {
 
@@ -62,15 +68,28 @@ inline void EnterPrivateRoot() {
   RequireMounted(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "private /");
 }
 
-// Runs `body` as described above; the running test fails where the body fails, throws or crashes.
-inline void InPrivateRoot(const std::function<void()>& body) {
+// Leaves the network of all others, for one with a loopback interface only. Needs CAP_SYS_ADMIN.
+inline void EnterPrivateNetwork() {
+  ifreq loopback{};
+  std::memcpy(loopback.ifr_name, "lo", sizeof("lo"));
+  loopback.ifr_flags = IFF_UP;
+  const Fd any(unshare(CLONE_NEWNET) == 0 ? socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0) : -1);
+  if (!any.IsOpen() || ioctl(any.Get(), SIOCSIFFLAGS, &loopback) != 0) {
+    throw std::system_error(errno, std::generic_category(),
+                            "this test has a network of its own, so it must run as root");
+  }
+}
+
+// Runs `body` in a child process after `enter`; the running test fails where the body fails, throws
+// or crashes.
+inline void InChild(const std::function<void()>& enter, const std::function<void()>& body) {
   std::cout.flush();
   std::fflush(nullptr);
   const pid_t child = fork();
   if (child == 0) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     try {
-      EnterPrivateRoot();
+      enter();
       body();
     } catch (const std::exception& error) {
       ADD_FAILURE() << error.what();
@@ -81,6 +100,12 @@ inline void InPrivateRoot(const std::function<void()>& body) {
   ASSERT_EQ(child, waitpid(child, &status, 0));
   EXPECT_TRUE(WIFEXITED(status)) << "the child was ended by signal " << WTERMSIG(status);
   EXPECT_EQ(EXIT_SUCCESS, WEXITSTATUS(status)) << "the child failed, see above";
+}
+
+inline void InPrivateRoot(const std::function<void()>& body) { InChild(EnterPrivateRoot, body); }
+
+inline void InPrivateNetwork(const std::function<void()>& body) {
+  InChild(EnterPrivateNetwork, body);
 }
 
 }  // namespace wkagent::test

@@ -1,0 +1,85 @@
+#ifndef WKAGENT_AGENT_EVENT_QUEUE_H
+#define WKAGENT_AGENT_EVENT_QUEUE_H
+
+#include <atomic>
+#include <string_view>
+
+#include <wkagent/core.h>
+
+#include "agent/feed.h"
+#include "agent/settings.h"
+
+namespace wkagent {
+
+// What passes from the reader to the worker: an event, or something to do between two events.
+struct QueueItem {
+  enum class Kind {
+    kEvent,
+    kMalformed,  // line, text
+    kEntryRead,  // text: "CSN ID"
+    kProblem,    // text
+    kSettings,
+    kReload,  // text: the name of a filter file, or none
+    kIdle,
+    kShowTotals,
+    kShowProgress,
+    kStop,
+  };
+
+  Kind kind;
+  long line;
+  union {
+    tagWKEventData event;
+    Settings settings;
+    char text[512];
+  };
+};
+
+// A queue of a fixed number of places between one thread that pushes and one that pops. Nothing is
+// dropped: who finds it full waits.
+//
+// Threads are woken for many items at once: a switch between them costs more than an event. So what
+// is pushed is only sure to be popped after Flush.
+class EventQueue {
+ public:
+  // Throws std::bad_alloc where not even one place can be had.
+  explicit EventQueue(int places);
+
+  void Push(QueueItem& item);
+  void Flush();
+
+  void Pop(QueueItem& item);
+
+ private:
+  ClsMemManager pool_;
+  CSemaphore queued_;               // wakes the thread that pops
+  CSemaphore free_;                 // wakes the thread that pushes
+  std::atomic<bool> full_ = false;  // which waits, or is about to
+  int unannounced_ = 0;             // pushed since the last Flush
+  int popped_ = 0;                  // since the thread that pushes was woken
+};
+
+// The reader's end of a queue. It belongs to one thread.
+class QueueSink : public FeedSink {
+ public:
+  explicit QueueSink(EventQueue& queue) : queue_(queue) {}
+
+  void OnEvent(tagWKEventData& event) override;
+  void OnMalformed(long line, std::string_view reason) override;
+  void OnEntryRead(std::string_view csn, std::string_view id) override;
+  void OnProblem(std::string_view what) override;
+
+  void Push(QueueItem::Kind kind, std::string_view text = {});
+  void Push(const Settings& settings);
+
+  // Lets the worker know of what was pushed.
+  void Flush() { queue_.Flush(); }
+
+ private:
+  EventQueue& queue_;
+  QueueItem item_{};
+};
+
+}  // namespace wkagent
+
+#endif  // WKAGENT_AGENT_EVENT_QUEUE_H

@@ -1,0 +1,33 @@
+#ifndef WKAGENT_AGENT_FILE_SOURCE_H
+#define WKAGENT_AGENT_FILE_SOURCE_H
+
+#include <memory>
+#include <string>
+
+#include "agent/feed.h"
+#include "agent/followed_file.h"
+#include "agent/options.h"
+#include "agent/source.h"
+
+namespace wkagent {
+
+// A file, FIFO or standard input, whose bytes go to a feed.
+class FileSource : public Source {
+ public:
+  explicit FileSource(const Options& options);
+
+  [[nodiscard]] ExitStatus Open() override;
+  void Attach(FeedSink& sink) override;
+  [[nodiscard]] int WaitFd() const override { return input_.WaitFd(); }
+  [[nodiscard]] State Work(bool ready) override;
+
+ private:
+  const FeedKind kind_;
+  const std::string path_;
+  FollowedFile input_;
+  std::unique_ptr<Feed> feed_;
+};
+
+}  // namespace wkagent
+
+#endif  // WKAGENT_AGENT_FILE_SOURCE_H

@@ -1,0 +1,19 @@
+#ifndef WKAGENT_AGENT_HOME_PATH_H
+#define WKAGENT_AGENT_HOME_PATH_H
+
+#include <string>
+#include <string_view>
+
+namespace wkagent {
+
+// For messages: the path in the home that the library knows as "../...", seen from the home's bin
+// folder.
+[[nodiscard]] inline std::string InHome(const std::string& home, std::string_view path) {
+  constexpr std::string_view kParent = "../";
+  if (!path.starts_with(kParent)) return std::string(path);
+  return home + "/" + std::string(path.substr(kParent.size()));
+}
+
+}  // namespace wkagent
+
+#endif  // WKAGENT_AGENT_HOME_PATH_H
