@@ -3,7 +3,7 @@
 
 usage: numbered_records.py LIMIT FOLDER...
 
-Reads every .xml and .pending file of the folders. A record's number stands in its Object1, as in
+Reads every .xml and .pending file of the folders whose name begins with EDA. A record's number stands in its Object1, as in
 "n17.load.acme". Prints "files F records R" and, per remainder of the number divided by seven,
 "remainder M: once O, never N, again A" for the numbers below LIMIT.
 """
@@ -38,7 +38,7 @@ def main(limit, folders):
     count = Count(limit)
     for folder in folders:
         for name in sorted(os.listdir(folder)):
-            if name.endswith((".xml", ".pending")):
+            if name.startswith("EDA") and name.endswith((".xml", ".pending")):
                 count.read(os.path.join(folder, name))
     print(f"files {count.files} records {count.records}")
     for remainder in range(7):
