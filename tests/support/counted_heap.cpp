@@ -1,18 +1,28 @@
 #include "support/counted_heap.h"
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <new>
+#include <string_view>
 
 namespace {
 
 std::atomic<long> live_blocks{0};
 
+// Each block is preceded by its size, in as many bytes as keep it aligned.
+constexpr std::size_t kHeader = alignof(std::max_align_t);
+static_assert(kHeader >= sizeof(std::size_t));
+
 void* TryAllocate(std::size_t size) {
-  if (size > wkagent::test::HeapLimit::limit) return nullptr;
-  void* const block = std::malloc(size == 0 ? 1 : size);
-  if (block != nullptr) ++live_blocks;
-  return block;
+  if (size > wkagent::test::HeapLimit::limit || size > SIZE_MAX - kHeader) return nullptr;
+  void* const memory = std::malloc(kHeader + size);
+  if (memory == nullptr) return nullptr;
+  std::memcpy(memory, &size, sizeof(size));
+  ++live_blocks;
+  return static_cast<char*>(memory) + kHeader;
 }
 
 void* Allocate(std::size_t size) {
@@ -24,7 +34,14 @@ void* Allocate(std::size_t size) {
 void Release(void* block) {
   if (block == nullptr) return;
   --live_blocks;
-  std::free(block);
+  void* const memory = static_cast<char*>(block) - kHeader;
+  if (const std::string_view wanted = wkagent::test::LeftInMemory::wanted; !wanted.empty()) {
+    std::size_t size = 0;
+    std::memcpy(&size, memory, sizeof(size));
+    const std::string_view content(static_cast<char*>(block), size);
+    if (content.find(wanted) != content.npos) ++wkagent::test::LeftInMemory::count;
+  }
+  std::free(memory);
 }
 
 }  // namespace

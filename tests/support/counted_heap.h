@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <limits>
+#include <string_view>
 
 namespace wkagent::test {
 
@@ -22,6 +23,22 @@ class HeapLimit {
 
   static constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
   static inline std::atomic<std::size_t> limit{kNone};
+};
+
+// While it lives, counts the blocks that operator delete gets with `text` in them: what was secret
+// there is left in memory. One at a time.
+class LeftInMemory {
+ public:
+  explicit LeftInMemory(std::string_view text) {
+    count = 0;
+    wanted = text;
+  }
+  ~LeftInMemory() { wanted = {}; }
+  LeftInMemory(const LeftInMemory&) = delete;
+  LeftInMemory& operator=(const LeftInMemory&) = delete;
+
+  static inline std::string_view wanted;
+  static inline int count = 0;
 };
 
 }  // namespace wkagent::test
