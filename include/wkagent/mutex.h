@@ -8,12 +8,12 @@
 // other compilers see plain declarations. Mutex is a std::mutex that the analysis knows, so it
 // works with std::condition_variable; MutexLock holds one for a scope.
 //
-//   wkagent::Mutex mutex;
-//   int count WKAGENT_GUARDED_BY(mutex) = 0;
-//   {
-//     const wkagent::MutexLock lock(mutex);
-//     ++count;
-//   }
+//   struct Counter {
+//     wkagent::Mutex mutex;
+//     int count WKAGENT_GUARDED_BY(mutex) = 0;
+//   } counter;
+//   const wkagent::MutexLock lock(counter.mutex);
+//   printf("%d\n", ++counter.count);
 
 #include <mutex>
 

@@ -9,6 +9,8 @@
 #include <wkagent/config.h>
 #include <wkagent/core.h>
 #include <wkagent/filter.h>
+#include <wkagent/monitor.h>
+#include <wkagent/mutex.h>
 #include <wkagent/output.h>
 
 #include "support/agent_home.h"
@@ -33,6 +35,14 @@ void Alert() {
 
 void Filter(char* fileName, char* user, char* node, char* object, char* className) {
 #include "examples/filter.h.inc"
+}
+
+void Monitor(char* directory, char* pattern) {
+#include "examples/monitor.h.inc"
+}
+
+void Locks() {
+#include "examples/mutex.h.inc"
 }
 
 void Output(char* liveFile, tagWKEventData event) {
@@ -86,6 +96,13 @@ TEST_F(HeaderExamples, FilterPrintsWhetherTheEventIsKept) {
   });
   EXPECT_EQ(printed, "kept, 0 alerts\n");
 }
+
+// Nothing is written between its lines, so that it finds nothing.
+TEST_F(HeaderExamples, MonitorFindsNothingYet) {
+  EXPECT_EQ(Printed([] { Monitor(Text("../tmp"), Text("*.xml")); }), "");
+}
+
+TEST_F(HeaderExamples, MutexGuardsACount) { EXPECT_EQ(Printed(Locks), "1\n"); }
 
 TEST_F(HeaderExamples, OutputWritesARecord) {
   tagWKEventData event{};
