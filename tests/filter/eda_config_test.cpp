@@ -6,8 +6,9 @@
 
 #include <wkagent/filter.h>
 
-#include "eda_config_fixture.h"
+#include "filter_kinds.h"
 #include "filter_support.h"
+#include "reader_fixture.h"
 
 namespace wkagent::test {
 namespace {
@@ -17,7 +18,7 @@ using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
-class EdaConfig : public EdaConfigFixture {};
+class EdaConfig : public ReaderFixture<Directory> {};
 
 TEST_F(EdaConfig, StartsWithoutStatements) {
   EXPECT_EQ(nullptr, reader_.currentStatement);
@@ -74,7 +75,7 @@ TEST_F(EdaConfig, EmptyContextCoversTheWholeDirectory) {
   WKEDAFilterStatement& statement = ReadOne(kAllElements);
   EXPECT_TRUE(statement.allEDirectory);
   EXPECT_EQ(nullptr, statement.auditedContext.Get());
-  Event event;
+  DirectoryEvent event;
   for (const char* object : {"jsmith", "jsmith.sales.acme", ".", "[Root]"}) {
     event.object = object;
     EXPECT_TRUE(Passes(statement, event)) << object;
@@ -96,126 +97,6 @@ TEST_F(EdaConfig, StatementKeepsItsOtherDefaults) {
   EXPECT_FALSE(statement.allAttributes || statement.allValues || statement.allOperations);
   EXPECT_THAT(statement.operations, Each(0));
   EXPECT_EQ(0, statement.users.GetCount());
-}
-
-struct FlagElement {
-  const char* element;
-  const char* attribute;
-  bool (*get)(WKEDAFilterStatement&);
-};
-
-constexpr FlagElement kFlagElements[] = {
-    {"Operations", "AllOperations", [](WKEDAFilterStatement& read) { return read.allOperations; }},
-    {"Users", "AllUsers", [](WKEDAFilterStatement& read) { return read.allUsers; }},
-    {"Objects", "AllObjects", [](WKEDAFilterStatement& read) { return read.allObjects; }},
-    {"Classes", "AllClasses", [](WKEDAFilterStatement& read) { return read.allClasses; }},
-    {"Attributes", "AllAttributes", [](WKEDAFilterStatement& read) { return read.allAttributes; }},
-    {"AttributeValues", "AllAttributeValues",
-     [](WKEDAFilterStatement& read) { return read.allValues; }},
-    {"Action", "ExcludeAlert", [](WKEDAFilterStatement& read) { return read.excludeAlert; }},
-    {"SNMP", "Alert", [](WKEDAFilterStatement& read) { return read.IsSNMPAlertSet(); }},
-    {"SysLog", "Alert", [](WKEDAFilterStatement& read) { return read.IsSyslogAlertSet(); }},
-    {"SMTP", "Alert", [](WKEDAFilterStatement& read) { return read.IsSMTPAlertSet(); }},
-};
-
-// An element of one attribute.
-std::string Flag(const FlagElement& entry, const std::string& value) {
-  return std::string("<") + entry.element + " " + entry.attribute + "=\"" + value + "\"/>";
-}
-
-TEST_F(EdaConfig, EachFlagElementSetsItsFlagAlone) {
-  for (const FlagElement& entry : kFlagElements) {
-    WKEDAFilterStatement& statement = ReadOne(Flag(entry, "1"));
-    for (const FlagElement& other : kFlagElements) {
-      EXPECT_EQ(&entry == &other, other.get(statement))
-          << entry.element << " and " << other.element;
-    }
-  }
-}
-
-TEST_F(EdaConfig, AnyNumberButZeroIsTrue) {
-  for (const FlagElement& entry : kFlagElements) {
-    for (const char* value : {"1", "2", "-1", "*1*", "007", "99999999999999999999"}) {
-      EXPECT_TRUE(entry.get(ReadOne(Flag(entry, value)))) << entry.element << " " << value;
-    }
-    for (const char* value : {"0", "00", "-0", "", "true", "yes", "*", "x1"}) {
-      EXPECT_FALSE(entry.get(ReadOne(Flag(entry, value)))) << entry.element << " " << value;
-    }
-  }
-}
-
-TEST_F(EdaConfig, MissingFlagAttributeIsFalse) {
-  for (const FlagElement& entry : kFlagElements) {
-    EXPECT_FALSE(entry.get(ReadOne(std::string("<") + entry.element + "/>"))) << entry.element;
-  }
-}
-
-TEST_F(EdaConfig, LastFlagElementOfAKindCounts) {
-  for (const FlagElement& entry : kFlagElements) {
-    EXPECT_FALSE(entry.get(ReadOne(Flag(entry, "1") + Flag(entry, "0")))) << entry.element;
-    EXPECT_TRUE(entry.get(ReadOne(Flag(entry, "0") + Flag(entry, "1")))) << entry.element;
-  }
-}
-
-struct NameElement {
-  const char* element;
-  CLinkList& (*list)(WKEDAFilterStatement&);
-  bool converted;
-};
-
-constexpr NameElement kNameElements[] = {
-    {"User", [](WKEDAFilterStatement& read) -> CLinkList& { return read.users; }, true},
-    {"Object", [](WKEDAFilterStatement& read) -> CLinkList& { return read.objects; }, true},
-    {"Class", [](WKEDAFilterStatement& read) -> CLinkList& { return read.classes; }, false},
-    {"Attribute", [](WKEDAFilterStatement& read) -> CLinkList& { return read.attributes; }, false},
-    {"AttributeValue", [](WKEDAFilterStatement& read) -> CLinkList& { return read.values; }, false},
-};
-
-std::string Name(const NameElement& entry, const std::string& value) {
-  return std::string("<") + entry.element + " Name=\"" + value + "\"/>";
-}
-
-TEST_F(EdaConfig, EachNameElementAppendsToItsListAlone) {
-  for (const NameElement& entry : kNameElements) {
-    WKEDAFilterStatement& statement = ReadOne(Name(entry, "one") + Name(entry, "two"));
-    EXPECT_THAT(Entries(entry.list(statement)), ElementsAre("one", "two")) << entry.element;
-    for (const NameElement& other : kNameElements) {
-      EXPECT_EQ(&entry == &other ? 2 : 0, other.list(statement).GetCount())
-          << entry.element << " and " << other.element;
-    }
-  }
-}
-
-TEST_F(EdaConfig, UserAndObjectNamesAloneAreConverted) {
-  for (const NameElement& entry : kNameElements) {
-    WKEDAFilterStatement& statement = ReadOne(Name(entry, "CN=admin,OU=sales"));
-    EXPECT_THAT(Entries(entry.list(statement)),
-                ElementsAre(entry.converted ? "admin.sales" : "CN=admin,OU=sales"))
-        << entry.element;
-  }
-}
-
-TEST_F(EdaConfig, StarsAtTheEndsOfANameAreDropped) {
-  for (const NameElement& entry : kNameElements) {
-    WKEDAFilterStatement& statement = ReadOne(Name(entry, "*bob*") + Name(entry, "*bob") +
-                                              Name(entry, "bob*") + Name(entry, "b*b"));
-    EXPECT_THAT(Entries(entry.list(statement)), ElementsAre("bob", "bob", "bob", "b*b"))
-        << entry.element;
-  }
-}
-
-TEST_F(EdaConfig, NameOfStarsAlone) {
-  for (const NameElement& entry : kNameElements) {
-    WKEDAFilterStatement& statement = ReadOne(Name(entry, "*") + Name(entry, "**"));
-    EXPECT_THAT(Entries(entry.list(statement)), ElementsAre("", "*")) << entry.element;
-  }
-}
-
-TEST_F(EdaConfig, MissingNameIsAnEmptyEntry) {
-  for (const NameElement& entry : kNameElements) {
-    WKEDAFilterStatement& statement = ReadOne(std::string("<") + entry.element + " name=\"bob\"/>");
-    EXPECT_THAT(Entries(entry.list(statement)), ElementsAre("")) << entry.element;
-  }
 }
 
 TEST_F(EdaConfig, StarsAreDroppedFromTitleFlagsContextAndTimes) {
@@ -248,62 +129,20 @@ TEST_F(EdaConfig, OperationsAddUp) {
 }
 
 TEST_F(EdaConfig, OperationOutOfRangeOrNoNumberAddsNothing) {
-  // 4294987297 is 20001 beyond 32 bits; 18446744073709571617 is 20001 beyond 64.
-  for (const char* eventId : {"20000", "20017", "0", "-20001", "", "create", "4294987297",
-                              "18446744073709571617", "-99999999999999999999", "0x4e21"}) {
+  // 18446744073709571617 is 20001 beyond 64 bits.
+  for (const char* eventId : {"20000", "20017", "0", "-20001", "", "create", "18446744073709571617",
+                              "-99999999999999999999", "0x4e21"}) {
     EXPECT_THAT(ReadOne(Operation(eventId)).operations, Each(0)) << eventId;
   }
   EXPECT_THAT(ReadOne("<Operation Condition=\"20001\"/>").operations, Each(0));
 }
 
+TEST_F(EdaConfig, OperationIsTheLow32BitsOfItsNumber) {
+  EXPECT_EQ(1, ReadOne(Operation("4294987297")).operations[0]);
+}
+
 TEST_F(EdaConfig, OperationNeedsNoCondition) {
   EXPECT_EQ(1, ReadOne("<Operation EventId=\"20003\"/>").operations[2]);
-}
-
-constexpr char kMailTexts[] = "From=\"from\" Subject=\"subject\" To=\"to\" Cc=\"cc\"/>";
-
-TEST_F(EdaConfig, WantedMailReadsItsFourTexts) {
-  WKEDAFilterStatement& statement = ReadOne(std::string("<SMTP Alert=\"1\" ") + kMailTexts);
-  EXPECT_TRUE(statement.IsSMTPAlertSet());
-  EXPECT_STREQ("from", statement.smtpAlert.GetFrom());
-  EXPECT_STREQ("subject", statement.smtpAlert.GetSubject());
-  EXPECT_STREQ("to", statement.smtpAlert.GetTo());
-  EXPECT_STREQ("cc", statement.smtpAlert.GetCC());
-}
-
-TEST_F(EdaConfig, UnwantedMailLeavesItsTextsUnread) {
-  WKEDAFilterStatement& statement = ReadOne(std::string("<SMTP Alert=\"0\" ") + kMailTexts);
-  EXPECT_FALSE(statement.IsSMTPAlertSet());
-  EXPECT_EQ(nullptr, statement.smtpAlert.GetFrom());
-  EXPECT_EQ(nullptr, statement.smtpAlert.GetSubject());
-  EXPECT_EQ(nullptr, statement.smtpAlert.GetTo());
-  EXPECT_EQ(nullptr, statement.smtpAlert.GetCC());
-}
-
-TEST_F(EdaConfig, MissingMailTextsAreEmpty) {
-  WKEDAFilterStatement& statement = ReadOne("<SMTP Alert=\"1\" To=\"*ops*\" CC=\"unread\"/>");
-  EXPECT_STREQ("ops", statement.smtpAlert.GetTo());
-  EXPECT_STREQ("", statement.smtpAlert.GetCC());
-  EXPECT_STREQ("", statement.smtpAlert.GetFrom());
-  EXPECT_STREQ("", statement.smtpAlert.GetSubject());
-}
-
-TEST_F(EdaConfig, LaterMailElementSwitchesOffButKeepsTheTexts) {
-  WKEDAFilterStatement& statement =
-      ReadOne(std::string("<SMTP Alert=\"1\" ") + kMailTexts + "<SMTP Alert=\"0\"/>");
-  EXPECT_FALSE(statement.IsSMTPAlertSet());
-  EXPECT_STREQ("to", statement.smtpAlert.GetTo());
-}
-
-TEST_F(EdaConfig, ElementsBeforeTheFirstFilterAreIgnored) {
-  std::string before;
-  for (const FlagElement& entry : kFlagElements) before += Flag(entry, "1");
-  for (const NameElement& entry : kNameElements) before += Name(entry, "before");
-  ReadElements(before + Operation("20001") + FilterElement("only"));
-  WKEDAFilterStatement& statement = *Statements().at(0);
-  for (const FlagElement& entry : kFlagElements) EXPECT_FALSE(entry.get(statement));
-  for (const NameElement& entry : kNameElements) EXPECT_EQ(0, entry.list(statement).GetCount());
-  EXPECT_THAT(statement.operations, Each(0));
 }
 
 }  // namespace

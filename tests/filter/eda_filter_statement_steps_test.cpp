@@ -45,7 +45,7 @@ class EdaFilterStatementSteps : public ::testing::Test {
   }
 
   WKEDAFilterStatement statement_;
-  Event event_;
+  DirectoryEvent event_;
 };
 
 TEST_F(EdaFilterStatementSteps, AllStepsPass) {

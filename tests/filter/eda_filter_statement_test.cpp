@@ -27,13 +27,13 @@ class EdaFilterStatement : public ::testing::Test {
   }
 
   bool OperationPasses(int operation) {
-    Event event;
+    DirectoryEvent event;
     event.operation = operation;
     return Passes(statement_, event);
   }
 
   bool ObjectPasses(const std::string& object) {
-    Event event;
+    DirectoryEvent event;
     event.object = object;
     return Passes(statement_, event);
   }
@@ -257,13 +257,13 @@ TEST_F(EdaFilterStatement, ListChecksAreSubstringTestsWithoutCase) {
 
 TEST_F(EdaFilterStatement, StatementThatCoversEverythingPasses) {
   CoverAll();
-  EXPECT_TRUE(Passes(statement_, Event()));
+  EXPECT_TRUE(Passes(statement_, DirectoryEvent()));
 }
 
 TEST_F(EdaFilterStatement, DisabledStatementNeverPasses) {
   CoverAll();
   statement_.SetEnableFlag(false);
-  EXPECT_FALSE(Passes(statement_, Event()));
+  EXPECT_FALSE(Passes(statement_, DirectoryEvent()));
 }
 
 TEST_F(EdaFilterStatement, EachOperationCoversItselfAlone) {
@@ -291,10 +291,10 @@ TEST_F(EdaFilterStatement, OtherCodesPassOnlyWithAllOperations) {
 
 TEST_F(EdaFilterStatement, NullUserOrObjectNeverPasses) {
   CoverAll();
-  Event event;
+  DirectoryEvent event;
   event.user.reset();
   EXPECT_FALSE(Passes(statement_, event));
-  event = Event();
+  event = DirectoryEvent();
   event.object.reset();
   EXPECT_FALSE(Passes(statement_, event));
 }
@@ -305,7 +305,7 @@ TEST_F(EdaFilterStatement, NullNodeAttributeAndValueAreCovered) {
   statement_.AddAttr(Text("Surname"));
   statement_.SetAllValueFlag(false);
   statement_.AddAttrValue(Text("Smith"));
-  Event event;
+  DirectoryEvent event;
   EXPECT_TRUE(Passes(statement_, event));
   event.node.reset();
   event.attribute.reset();
@@ -317,7 +317,7 @@ TEST_F(EdaFilterStatement, EmptyAttributeAndValueListsCoverNullAlone) {
   CoverAll();
   statement_.SetAllAttrFlag(false);
   statement_.SetAllValueFlag(false);
-  Event event;
+  DirectoryEvent event;
   EXPECT_FALSE(Passes(statement_, event));
   event.attribute.reset();
   EXPECT_FALSE(Passes(statement_, event));
@@ -327,7 +327,7 @@ TEST_F(EdaFilterStatement, EmptyAttributeAndValueListsCoverNullAlone) {
 
 TEST_F(EdaFilterStatement, NullClassPassesOnlyWithAllClasses) {
   CoverAll();
-  Event event;
+  DirectoryEvent event;
   event.className.reset();
   EXPECT_TRUE(Passes(statement_, event));
   statement_.SetAllClassFlag(false);
@@ -338,7 +338,7 @@ TEST_F(EdaFilterStatement, NullClassPassesOnlyWithAllClasses) {
 TEST_F(EdaFilterStatement, NodeListDoesNotRestrict) {
   CoverAll();
   statement_.AddNode(Text("another node"));
-  EXPECT_TRUE(Passes(statement_, Event()));
+  EXPECT_TRUE(Passes(statement_, DirectoryEvent()));
 }
 
 TEST_F(EdaFilterStatement, ObjectNameIsSplitAtItsFirstDot) {

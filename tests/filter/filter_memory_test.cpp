@@ -76,9 +76,9 @@ class FilterMemory : public ::testing::Test {
 TEST_F(FilterMemory, DecisionsWithMailAlertsDoNotGrow) {
   WriteFile(3);
   WKEDAFilter filter(Text("f.xml"));
-  ASSERT_TRUE(Passes(filter, Event()));
+  ASSERT_TRUE(Passes(filter, DirectoryEvent()));
   ASSERT_EQ(4, filter.alerts.GetCount());
-  EXPECT_LT(Growth(100000, [&] { Passes(filter, Event()); }), kSlack);
+  EXPECT_LT(Growth(100000, [&] { Passes(filter, DirectoryEvent()); }), kSlack);
 }
 
 TEST_F(FilterMemory, ReadFilterDoesNotGrow) {
@@ -102,7 +102,7 @@ TEST_F(FilterMemory, FiltersThatEndDoNotGrow) {
   EXPECT_LT(Growth(500,
                    [] {
                      WKEDAFilter filter(Text("f.xml"));
-                     EXPECT_TRUE(Passes(filter, Event()));
+                     EXPECT_TRUE(Passes(filter, DirectoryEvent()));
                    }),
             kSlack);
 }

@@ -1,23 +1,17 @@
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <wkagent/filter.h>
 
 #include "filter_support.h"
+#include "support/printed.h"
 
 namespace wkagent::test {
 namespace {
 
 using std::string_literals::operator""s;
-
-// What `print` writes to standard output.
-template <typename Print>
-std::string Printed(Print print) {
-  ::testing::internal::CaptureStdout();
-  print();
-  return ::testing::internal::GetCapturedStdout();
-}
 
 constexpr char kEmptyStatement[] =
     "Title = \n"
@@ -206,10 +200,48 @@ TEST_F(StatementPrint, FilledDirectoryStatementCountsOperationsFrom20000) {
             Printed([&] { statement.PrintfFilter(); }));
 }
 
+TEST_F(StatementPrint, EmptyLoginStatement) {
+  WKELAFilterStatement statement;
+  EXPECT_EQ("Start of Statement\n"s + kEmptyStatement +
+                "All Nodes = 0\n"
+                "Node List:   <None Defined>\n"
+                "Exclude Alert: 0\n"
+                "SMTP Alert Set = 0\n"
+                "SNMP Alert Set: 0\n"
+                "Syslog Alert Set: 0\n"
+                "Audited Operations: Audited Operations - Conditions: \n"
+                "End of Statement\n",
+            Printed([&] { statement.PrintfFilter(); }));
+}
+
+TEST_F(StatementPrint, FilledLoginStatementCountsOneBelowItsCodes) {
+  WKELAFilterStatement statement;
+  Fill(statement);
+  for (const int condition : {705, 706, 707}) statement.AddOperation(21001, condition);
+  statement.AddOperation(21002, 0);
+  EXPECT_EQ("Start of Statement\n"s + kFilledStatement +
+                "Audited Operations: 21000 21001 "
+                "Audited Operations - Conditions: 704 705 706 \n"
+                "End of Statement\n",
+            Printed([&] { statement.PrintfFilter(); }));
+}
+
+TEST_F(StatementPrint, LoginStatementPrintsItsSetCodesAlone) {
+  WKELAFilterStatement statement;
+  statement.AddOperation(21002, 706);
+  EXPECT_THAT(Printed([&] { statement.PrintfFilter(); }),
+              ::testing::EndsWith("Audited Operations: 21001 Audited Operations - Conditions: 705 "
+                                  "\nEnd of Statement\n"));
+}
+
 TEST_F(StatementPrint, PrintoutIsVirtual) {
-  WKEDAFilterStatement statement;
-  WKFilterStatement& base = statement;
-  EXPECT_EQ(Printed([&] { statement.PrintfFilter(); }), Printed([&] { base.PrintfFilter(); }));
+  WKEDAFilterStatement directory;
+  WKELAFilterStatement login;
+  for (WKFilterStatement* statement :
+       {static_cast<WKFilterStatement*>(&directory), static_cast<WKFilterStatement*>(&login)}) {
+    EXPECT_THAT(Printed([&] { statement->PrintfFilter(); }),
+                ::testing::StartsWith("Start of Statement\nTitle = "));
+  }
 }
 
 }  // namespace

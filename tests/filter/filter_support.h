@@ -2,7 +2,6 @@
 #define WKAGENT_TESTS_FILTER_FILTER_SUPPORT_H
 
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -10,6 +9,7 @@
 
 #include <wkagent/filter.h>
 
+#include "support/list_objects.h"
 #include "support/text.h"
 
 namespace wkagent::test {
@@ -26,16 +26,6 @@ inline std::vector<std::string> Entries(const CLinkList& list) {
 // Appends a block as it stands, embedded zero bytes included.
 inline void AddBlock(CLinkList& list, std::string block) {
   list.AddNode(block.data(), static_cast<int>(block.size()));
-}
-
-// The objects of a list of 8-byte pointers; the cursor stays.
-template <typename T>
-std::vector<T*> Objects(const CLinkList& list) {
-  std::vector<T*> objects;
-  for (const tagLinkList* node = list.head; node != nullptr; node = node->next) {
-    std::memcpy(&objects.emplace_back(), node->data, sizeof(T*));
-  }
-  return objects;
 }
 
 // The gathered alerts as "snmp", "syslog" and "mail <recipients>".
@@ -72,7 +62,7 @@ class OptionalText {
 };
 
 // One directory event; every field but the operation may be null.
-struct Event {
+struct DirectoryEvent {
   int operation = 20001;
   std::optional<std::string> user = "admin.acme";
   std::optional<std::string> node = "10.0.0.1";
@@ -82,20 +72,47 @@ struct Event {
   std::optional<std::string> value = "Smith";
 };
 
-inline bool Passes(WKEDAFilterStatement& statement, const Event& event) {
+// One login or logout; user and node may be null.
+struct LoginEvent {
+  int operation = 21001;
+  int condition = 705;
+  std::optional<std::string> user = "admin.acme";
+  std::optional<std::string> node = "10.0.0.1";
+};
+
+inline bool Passes(WKEDAFilterStatement& statement, const DirectoryEvent& event) {
   return statement.PassStatement(event.operation, OptionalText(event.user),
                                  OptionalText(event.node), OptionalText(event.object),
                                  OptionalText(event.className), OptionalText(event.attribute),
                                  OptionalText(event.value));
 }
 
-inline bool Passes(WKEDAFilter& filter, const Event& event) {
+inline bool Passes(WKEDAFilter& filter, const DirectoryEvent& event) {
   return filter.PassFilter(event.operation, OptionalText(event.user), OptionalText(event.node),
                            OptionalText(event.object), OptionalText(event.className),
                            OptionalText(event.attribute), OptionalText(event.value));
 }
 
+inline bool Passes(WKELAFilterStatement& statement, const LoginEvent& event) {
+  return statement.PassStatement(event.operation, event.condition, OptionalText(event.user),
+                                 OptionalText(event.node));
+}
+
+inline bool Passes(WKELAFilter& filter, const LoginEvent& event) {
+  return filter.PassFilter(event.operation, event.condition, OptionalText(event.user),
+                           OptionalText(event.node));
+}
+
 // Makes an include statement that covers every event and wants no alert.
+inline void CoverEverything(WKELAFilterStatement& statement) {
+  statement.SetEnableFlag(true);
+  statement.SetIncExFlag(true);
+  statement.SetAllDayFlag(true);
+  statement.SetAllUserFlag(true);
+  statement.SetAllNodeFlag(true);
+  statement.SetAllOpsFlag(true);
+}
+
 inline void CoverEverything(WKEDAFilterStatement& statement) {
   statement.SetEnableFlag(true);
   statement.SetIncExFlag(true);
@@ -110,8 +127,9 @@ inline void CoverEverything(WKEDAFilterStatement& statement) {
 }
 
 // Hands a new statement that covers everything over to the filter.
-inline WKEDAFilterStatement& AddStatement(WKFilter& filter) {
-  auto* statement = new WKEDAFilterStatement;
+template <typename Statement>
+Statement& AddStatement(WKFilter& filter) {
+  auto* statement = new Statement;
   CoverEverything(*statement);
   filter.AddNode(&statement, sizeof(statement));
   return *statement;
@@ -166,10 +184,10 @@ inline std::string FilterElement(const std::string& filterTitle, const std::stri
          elements + "</Filter>\n";
 }
 
-// What makes a statement cover every user, operation, object, class, attribute and value.
+// What makes a statement of any kind cover every event.
 inline constexpr char kAllElements[] =
-    "<Operations AllOperations=\"1\"/><Users AllUsers=\"1\"/><Objects AllObjects=\"1\"/>"
-    "<Classes AllClasses=\"1\"/><Attributes AllAttributes=\"1\"/>"
+    "<Operations AllOperations=\"1\"/><Users AllUsers=\"1\"/><Nodes AllNodes=\"1\"/>"
+    "<Objects AllObjects=\"1\"/><Classes AllClasses=\"1\"/><Attributes AllAttributes=\"1\"/>"
     "<AttributeValues AllAttributeValues=\"1\"/>";
 
 }  // namespace wkagent::test

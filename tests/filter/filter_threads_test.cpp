@@ -51,7 +51,7 @@ TEST_F(FilterThreads, EachThreadReadsAndDecidesWithItsOwnFilter) {
   std::array<int, kThreads> right{};
   RunTogether([&](int number) {
     WKEDAFilter filter(Text("f.xml"));
-    Event event;
+    DirectoryEvent event;
     event.user = number % 2 == 0 ? "admin.acme" : "bob.acme";
     const std::size_t alerts = number % 2 == 0 ? 2 : 1;
     for (int round = 0; round < 200; ++round) {

@@ -1,5 +1,5 @@
-#ifndef WKAGENT_TESTS_FILTER_EDA_CONFIG_FIXTURE_H
-#define WKAGENT_TESTS_FILTER_EDA_CONFIG_FIXTURE_H
+#ifndef WKAGENT_TESTS_FILTER_READER_FIXTURE_H
+#define WKAGENT_TESTS_FILTER_READER_FIXTURE_H
 
 #include <string>
 #include <vector>
@@ -8,14 +8,18 @@
 
 #include <wkagent/filter.h>
 
+#include "filter_kinds.h"
 #include "filter_support.h"
 #include "support/agent_home.h"
 
 namespace wkagent::test {
 
-// Reads filter files with one reader, in a home of its own.
-class EdaConfigFixture : public ::testing::Test {
+// Reads filter files with one reader of a kind, in a home of its own.
+template <typename Kind>
+class ReaderFixture : public ::testing::Test {
  protected:
+  using Statement = typename Kind::Statement;
+
   // Reads a file of exactly this text.
   int ReadText(const std::string& text) {
     home_.Write("config/f.xml", text);
@@ -28,20 +32,18 @@ class EdaConfigFixture : public ::testing::Test {
   }
 
   // Reads one `Filter` element around `elements` and gives its statement.
-  WKEDAFilterStatement& ReadOne(const std::string& elements) {
+  Statement& ReadOne(const std::string& elements) {
     ReadElements(FilterElement("T", elements));
     return *Statements().at(0);
   }
 
   // Reads one `Filter` element of these attributes alone.
-  WKEDAFilterStatement& ReadAttributes(const std::string& attributes) {
+  Statement& ReadAttributes(const std::string& attributes) {
     ReadElements("<Filter " + attributes + "/>");
     return *Statements().at(0);
   }
 
-  std::vector<WKEDAFilterStatement*> Statements() {
-    return Objects<WKEDAFilterStatement>(reader_.list);
-  }
+  std::vector<Statement*> Statements() { return Objects<Statement>(reader_.list); }
 
   std::vector<std::string> Titles() {
     std::vector<std::string> titles;
@@ -60,9 +62,9 @@ class EdaConfigFixture : public ::testing::Test {
   }
 
   AgentHome home_;
-  WKEdaConfig reader_;
+  typename Kind::Reader reader_;
 };
 
 }  // namespace wkagent::test
 
-#endif  // WKAGENT_TESTS_FILTER_EDA_CONFIG_FIXTURE_H
+#endif  // WKAGENT_TESTS_FILTER_READER_FIXTURE_H

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -13,6 +14,7 @@
 
 #include <wkagent/filter.h>
 
+#include "filter_kinds.h"
 #include "filter_models.h"
 #include "filter_support.h"
 #include "support/agent_home.h"
@@ -26,25 +28,33 @@ struct NaiveList {
   std::vector<std::string> entries;
 };
 struct NaiveStatement {
-  bool enabled, include, allDay, windowOpen, allOperations, subContexts, excludeAlert;
+  bool enabled, include, allDay, windowOpen, allOperations, excludeAlert;
   bool snmp, syslog, mail;
   std::set<int> operations;
-  std::string context;  // empty covers the whole directory
-  NaiveList users, objects, classes, attributes, values;
+  NaiveList users;
   std::string to;
+};
+struct NaiveDirectoryStatement : NaiveStatement {
+  bool subContexts;
+  std::string context;  // empty covers the whole directory
+  NaiveList objects, classes, attributes, values;
+};
+struct NaiveLoginStatement : NaiveStatement {
+  std::set<int> conditions;
+  NaiveList nodes;
 };
 
 bool ListCovers(const NaiveList& list, const std::optional<std::string>& value) {
   return list.all || NaiveEntityMatch(value, list.entries);
 }
 
-bool ContextCovers(const NaiveStatement& statement, const std::string& context) {
+bool ContextCovers(const NaiveDirectoryStatement& statement, const std::string& context) {
   if (statement.context.empty()) return true;
   if (statement.subContexts) return context.find(statement.context) != std::string::npos;
   return UpperCase(context) == UpperCase(statement.context);
 }
 
-bool Covers(const NaiveStatement& statement, const Event& event) {
+bool Covers(const NaiveDirectoryStatement& statement, const DirectoryEvent& event) {
   if (!event.user || !event.object) return false;
   const std::size_t dot = event.object->find('.');
   const std::string ownName = event.object->substr(0, dot);
@@ -57,6 +67,15 @@ bool Covers(const NaiveStatement& statement, const Event& event) {
          (!event.value || ListCovers(statement.values, event.value));
 }
 
+bool Covers(const NaiveLoginStatement& statement, const LoginEvent& event) {
+  const int condition = event.condition <= 0 ? 705 : event.condition;
+  const bool listed =
+      statement.operations.count(event.operation) > 0 && statement.conditions.count(condition) > 0;
+  return statement.enabled && (statement.allDay || statement.windowOpen) &&
+         (statement.allOperations || listed) && event.user &&
+         ListCovers(statement.users, event.user) && ListCovers(statement.nodes, event.node);
+}
+
 struct Verdict {
   bool kept = false;
   std::vector<std::string> alerts;
@@ -64,9 +83,10 @@ struct Verdict {
 };
 
 // All covering statements together decide; the order matters for the order of the alerts alone.
-Verdict Decide(const std::vector<NaiveStatement>& statements, const Event& event) {
+template <typename Statement, typename Event>
+Verdict Decide(const std::vector<Statement>& statements, const Event& event) {
   std::vector<const NaiveStatement*> covering;
-  for (const NaiveStatement& statement : statements) {
+  for (const Statement& statement : statements) {
     if (Covers(statement, event)) covering.push_back(&statement);
   }
   const auto any = [&](auto is) { return std::any_of(covering.begin(), covering.end(), is); };
@@ -87,49 +107,71 @@ class Cases {
  public:
   explicit Cases(Random& random) : random_(random) {}
 
-  NaiveStatement Statement(int number) {
-    NaiveStatement statement{};
+  void Make(NaiveDirectoryStatement& statement, int number) {
+    MakeCommon(statement, number);
+    statement.operations = Codes(20001, 20016);
+    statement.subContexts = random_.OneIn(2);
+    if (random_.OneIn(3)) statement.context = random_.OneIn(4) ? "[Root]" : Name(4, "aA.") + "a";
+    for (NaiveList* list :
+         {&statement.objects, &statement.classes, &statement.attributes, &statement.values}) {
+      *list = List();
+    }
+  }
+
+  void Make(NaiveLoginStatement& statement, int number) {
+    MakeCommon(statement, number);
+    statement.operations = Codes(21001, 21002);
+    statement.conditions = Codes(705, 707);
+    statement.nodes = List();
+  }
+
+  void Make(DirectoryEvent& event) {
+    event.operation = 19999 + random_.Below(20);
+    for (auto* field :
+         {&event.user, &event.node, &event.className, &event.attribute, &event.value}) {
+      *field = Value();
+    }
+    event.object = Name(6, "aAb.") + Name(6, "aA.") + "a";
+    if (random_.OneIn(20)) event.object.reset();
+  }
+
+  void Make(LoginEvent& event) {
+    event.operation = 21000 + random_.Below(4);
+    event.condition = random_.OneIn(4) ? -random_.Below(2) : 704 + random_.Below(5);
+    event.user = Value();
+    event.node = Value();
+  }
+
+ private:
+  void MakeCommon(NaiveStatement& statement, int number) {
     statement.enabled = !random_.OneIn(8);
     statement.include = !random_.OneIn(8);
     statement.allDay = !random_.OneIn(3);
     statement.windowOpen = !random_.OneIn(3);
     statement.allOperations = random_.OneIn(2);
-    for (int code = 20001; code <= 20016; ++code) {
-      if (random_.OneIn(2)) statement.operations.insert(code);
-    }
-    statement.subContexts = random_.OneIn(2);
-    if (random_.OneIn(3)) statement.context = random_.OneIn(4) ? "[Root]" : Name(4, "aA.") + "a";
     statement.excludeAlert = random_.OneIn(8);
     statement.snmp = random_.OneIn(2);
     statement.syslog = random_.OneIn(2);
     statement.mail = random_.OneIn(2);
     statement.to = "ops" + std::to_string(number);
-    for (NaiveList* list : {&statement.users, &statement.objects, &statement.classes,
-                            &statement.attributes, &statement.values}) {
-      *list = List();
-    }
-    return statement;
+    statement.users = List();
   }
 
-  Event AnyEvent() {
-    Event event;
-    event.operation = 19999 + random_.Below(20);
-    for (auto* field :
-         {&event.user, &event.node, &event.className, &event.attribute, &event.value}) {
-      if (random_.OneIn(12)) {
-        field->reset();
-      } else {
-        *field = Name(6, "aAb.");
-      }
+  std::set<int> Codes(int first, int last) {
+    std::set<int> codes;
+    for (int code = first; code <= last; ++code) {
+      if (random_.OneIn(2)) codes.insert(code);
     }
-    event.object = Name(6, "aAb.") + Name(6, "aA.") + "a";
-    if (random_.OneIn(20)) event.object.reset();
-    return event;
+    return codes;
   }
 
- private:
   std::string Name(int limit, std::string_view letters) {
     return random_.Word(letters, random_.Below(limit));
+  }
+
+  std::optional<std::string> Value() {
+    if (random_.OneIn(12)) return std::nullopt;
+    return Name(6, "aAb.");
   }
 
   NaiveList List() {
@@ -147,34 +189,44 @@ void AddAll(const NaiveList& list, const std::function<void(char*)>& add) {
   for (const std::string& entry : list.entries) add(Text(entry));
 }
 
-void SetSwitches(const NaiveStatement& from, WKEDAFilterStatement& to) {
+void FillCommon(const NaiveStatement& from, WKFilterStatement& to) {
   to.SetEnableFlag(from.enabled);
   to.SetIncExFlag(from.include);
   to.SetAllDayFlag(from.allDay);
   SetWindow(to, time(nullptr), from.windowOpen ? 86400 : -86400, from.windowOpen ? -86400 : 86400);
-  to.SetAllOpsFlag(from.allOperations);
-  to.SetAuditSubContexts(from.subContexts);
   to.SetExcludeAlert(from.excludeAlert);
   to.SetSNMPAlert(from.snmp);
   to.SetSyslogAlert(from.syslog);
   to.SetSMTPAlert(from.mail);
+  to.SetTo(Text(from.to));
   to.SetAllUserFlag(from.users.all);
+  AddAll(from.users, [&](char* name) { to.AddUser(name); });
+}
+
+void Fill(const NaiveDirectoryStatement& from, WKEDAFilterStatement& to) {
+  FillCommon(from, to);
+  to.SetAllOpsFlag(from.allOperations);
+  to.SetAuditSubContexts(from.subContexts);
   to.SetAllObjFlag(from.objects.all);
   to.SetAllClassFlag(from.classes.all);
   to.SetAllAttrFlag(from.attributes.all);
   to.SetAllValueFlag(from.values.all);
-}
-
-void Fill(const NaiveStatement& from, WKEDAFilterStatement& to) {
-  SetSwitches(from, to);
-  to.SetTo(Text(from.to));
   to.SetAuditedContext(Text(from.context));
   for (const int code : from.operations) to.AddOperation(code);
-  AddAll(from.users, [&](char* name) { to.AddUser(name); });
   AddAll(from.objects, [&](char* name) { to.AddObject(name); });
   AddAll(from.classes, [&](char* name) { to.AddClass(name); });
   AddAll(from.attributes, [&](char* name) { to.AddAttr(name); });
   AddAll(from.values, [&](char* name) { to.AddAttrValue(name); });
+}
+
+// Operations and conditions are added in pairs, of which one may be unknown.
+void Fill(const NaiveLoginStatement& from, WKELAFilterStatement& to) {
+  FillCommon(from, to);
+  to.SetAllOpsFlag(from.allOperations);
+  to.SetAllNodeFlag(from.nodes.all);
+  for (const int code : from.operations) to.AddOperation(code, 1);
+  for (const int code : from.conditions) to.AddOperation(1, code == 705 ? 0 : code);
+  AddAll(from.nodes, [&](char* name) { to.AddNode(name); });
 }
 
 // How many of the decided events were of each kind; a model test on one kind alone would be hollow.
@@ -188,27 +240,31 @@ struct Tally {
   }
 };
 
-class EdaFilterModel : public ::testing::Test {
+template <typename Kind>
+class FilterModel : public ::testing::Test {
  protected:
-  EdaFilterModel() { home_.Write("config/f.xml", FilterFile("")); }
+  using Naive = std::conditional_t<std::is_same_v<Kind, Directory>, NaiveDirectoryStatement,
+                                   NaiveLoginStatement>;
+
+  FilterModel() { home_.Write("config/f.xml", FilterFile("")); }
 
   // A filter of random statements decides random events as the model does.
   void CompareOneFilter() {
-    WKEDAFilter filter(Text("f.xml"));
-    std::vector<NaiveStatement> statements;
+    typename Kind::Filter filter(Text("f.xml"));
+    std::vector<Naive> statements;
     for (int number = random_.Below(7); number > 0; --number) {
-      statements.push_back(cases_.Statement(number));
-      auto* statement = new WKEDAFilterStatement;
+      cases_.Make(statements.emplace_back(), number);
+      auto* statement = new typename Kind::Statement;
       Fill(statements.back(), *statement);
       filter.AddNode(&statement, sizeof(statement));
     }
     for (int count = 0; count < 50; ++count) {
-      const Event event = cases_.AnyEvent();
+      typename Kind::Event event;
+      cases_.Make(event);
       const Verdict expected = Decide(statements, event);
       const bool kept = Passes(filter, event);
       ASSERT_EQ(expected, (Verdict{kept, Alerts(filter)}))
-          << "event " << count << ": " << event.operation << " " << event.user.value_or("(null)")
-          << " " << event.object.value_or("(null)");
+          << "event " << count << ": " << event.operation << " " << event.user.value_or("(null)");
       tally_.Count(expected);
     }
   }
@@ -218,14 +274,15 @@ class EdaFilterModel : public ::testing::Test {
   Cases cases_{random_};
   Tally tally_;
 };
+TYPED_TEST_SUITE(FilterModel, FilterKinds, KindName);
 
-TEST_F(EdaFilterModel, AgreesOnRandomStatementsAndEvents) {
+TYPED_TEST(FilterModel, AgreesOnRandomStatementsAndEvents) {
   for (int round = 0; round < 2000; ++round) {
-    ASSERT_NO_FATAL_FAILURE(CompareOneFilter()) << "filter " << round;
+    ASSERT_NO_FATAL_FAILURE(this->CompareOneFilter()) << "filter " << round;
   }
-  EXPECT_GT(tally_.dropped, 5000);
-  EXPECT_GT(tally_.keptQuietly, 1000);
-  EXPECT_GT(tally_.keptWithAlerts, 5000);
+  EXPECT_GT(this->tally_.dropped, 5000);
+  EXPECT_GT(this->tally_.keptQuietly, 1000);
+  EXPECT_GT(this->tally_.keptWithAlerts, 5000);
 }
 
 }  // namespace
