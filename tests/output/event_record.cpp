@@ -54,6 +54,24 @@ std::string Date(const std::tm& time) {
 
 }  // namespace
 
+tagWKEventData SampleEvent() {
+  tagWKEventData event{};
+  event.EventID = 20008;
+  event.Status = -603;
+  event.EventTime = 1'794'748'925;  // 2026-11-15 13:22:05 UTC
+  Fill(event.UserName, "admin.sales.acme");
+  Fill(event.NodeAddress, "192.0.2.17");
+  Fill(event.Class1, "User");
+  Fill(event.Object1, "bob.sales.acme");
+  Fill(event.Attribute1, "Security Equals");
+  Fill(event.AttributeValue, "[true]");
+  Fill(event.Class2, "Group");
+  Fill(event.Object2, "managers.acme");
+  Fill(event.ServerName, "srv1.acme");
+  Fill(event.TreeName, "ACME_TREE");
+  return event;
+}
+
 tagWKEventData RandomEvent(std::mt19937& random, Texts texts) {
   tagWKEventData event{};
   event.EventID = static_cast<std::uint16_t>(random());
@@ -82,6 +100,25 @@ Attributes ExpectedAttributes(const tagWKEventData& event) {
           {"Class2", TextOf(event.Class2)},
           {"Object2", TextOf(event.Object2)},
           {"ObjectGuid2", ""},
+          {"ServerName", TextOf(event.ServerName)},
+          {"TreeName", TextOf(event.TreeName)},
+          {"RecordHash", ""},
+          {"InsertDate", local},
+          {"LogDate", local},
+          {"UTCDate", utc}};
+}
+
+Attributes ExpectedLoginAttributes(const tagWKEventData& event) {
+  const std::string local = Date(*std::localtime(&event.EventTime));
+  const std::string utc = Date(*std::gmtime(&event.EventTime));
+  return {{"Origin", "ELA"},
+          {"Source", "Linux"},
+          {"Category", event.EventID == 21001 ? "Login" : "Logout"},
+          {"EventID", std::to_string(event.EventID)},
+          {"Status", std::to_string(static_cast<std::int32_t>(event.Status & 0xffffffff))},
+          {"UserName", TextOf(event.UserName)},
+          {"UserGUID", ""},
+          {"NodeAddress", TextOf(event.NodeAddress)},
           {"ServerName", TextOf(event.ServerName)},
           {"TreeName", TextOf(event.TreeName)},
           {"RecordHash", ""},

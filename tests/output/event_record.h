@@ -1,7 +1,7 @@
 #ifndef WKAGENT_TESTS_OUTPUT_EVENT_RECORD_H
 #define WKAGENT_TESTS_OUTPUT_EVENT_RECORD_H
 
-// Event records, and what a directory event's element must hold for them.
+// Event records, and what their elements must hold.
 
 #include <cstring>
 #include <ctime>
@@ -42,11 +42,16 @@ enum class Texts {
   kAny,    // any bytes but zero; a character may be cut by the end of the field
 };
 
+// A record that has every field.
+tagWKEventData SampleEvent();
+
 // A record with random contents.
 tagWKEventData RandomEvent(std::mt19937& random, Texts texts);
 
-// The attributes of the record's element; texts are taken up to a zero byte or the field's end.
+// The attributes of the record's element, as a directory event and as a login; texts are taken up
+// to a zero byte or the field's end.
 Attributes ExpectedAttributes(const tagWKEventData& event);
+Attributes ExpectedLoginAttributes(const tagWKEventData& event);
 
 }  // namespace wkagent::test
 
