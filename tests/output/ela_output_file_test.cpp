@@ -11,7 +11,6 @@
 namespace wkagent::test {
 namespace {
 
-using ::testing::Each;
 using ::testing::ElementsAre;
 
 static_assert(sizeof(WKELAOutputFile) == sizeof(WKOutputFile));
@@ -49,20 +48,6 @@ TEST_F(ElaOutputFile, EveryEventButALoginIsALogout) {
   }
   EXPECT_THAT(Values(Written(events), "Category"),
               ElementsAre("Login", "Logout", "Logout", "Logout", "Logout", "Logout", "Logout"));
-}
-
-TEST_F(ElaOutputFile, AllOtherCodesAreLogouts) {
-  std::vector<tagWKEventData> events(65536, SampleEvent());
-  for (std::size_t id = 0; id < events.size(); ++id) {
-    events[id].EventID = static_cast<std::uint16_t>(id);
-  }
-  std::erase_if(events, [](const tagWKEventData& event) { return event.EventID == 21001; });
-  Output output;
-  output.SetThresholdLimit(0);
-  ASSERT_EQ(0, output.OpenFile());
-  for (tagWKEventData& event : events) output.WriteAuditData(&event);
-  output.CloseFile();
-  EXPECT_THAT(Values(ParseAuditFile("live.xml").Records(), "Category"), Each("Logout"));
 }
 
 TEST_F(ElaOutputFile, RecordsOfBothKindsGoIntoTheirOwnFiles) {
