@@ -197,6 +197,16 @@ TEST_F(FileMonitor1, FourthDirectoryIsRefused) {
   EXPECT_EQ(monitor_->watchCount, 3U);
 }
 
+TEST_F(FileMonitor1, DirectoryThatIsSetTwiceCountsTwiceAndReportsOnce) {
+  EXPECT_EQ(Watch(folder_.Path()), 0);
+  EXPECT_EQ(Watch(folder_.Path()), 0);
+  StartFor("*");
+  EXPECT_EQ(monitor_->watchCount, 3U);
+  folder_.Write("a");
+  folder_.Write("b");
+  EXPECT_THAT(Names(2), ElementsAre("a", "b"));
+}
+
 TEST_F(FileMonitor1, MissingDirectoryIsPrintedNotLoggedNorCounted) {
   EXPECT_EQ(Complaints([&] { EXPECT_EQ(Watch("../missing"), 1); }),
             "Error stat: No such file or directory\n");
