@@ -1,6 +1,7 @@
 #include <exception>
 
 #include "agent/agent.h"
+#include "agent/config_check.h"
 #include "agent/exit_status.h"
 #include "agent/options.h"
 #include "agent/report.h"
@@ -9,7 +10,8 @@ int main(int argc, char** argv) {
   try {
     wkagent::Options options;
     const int status = wkagent::ReadOptions(argc, argv, options);
-    return status >= 0 ? status : wkagent::RunAgent(options);
+    if (status >= 0) return status;
+    return options.checkConfig ? wkagent::CheckConfig(options.home) : wkagent::RunAgent(options);
   } catch (const std::exception& error) {
     wkagent::Report(error.what());
     return wkagent::kInternalError;

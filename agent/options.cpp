@@ -28,6 +28,10 @@ constexpr char kFooter[] =
     "  accesslog:FILE  cn=accesslog of the directory server that the LDAP settings FILE names;\n"
     "                  it is always followed\n"
     "\n"
+    "--check-config prints what was understood on standard output, and on standard error what was\n"
+    "not, as FILE:LINE: error: (or warning:) what is wrong, and what to write instead. Status 0\n"
+    "without errors, else 78.\n"
+    "\n"
     "Signals: SIGTERM and SIGINT stop, SIGHUP reads the filters again, SIGUSR1 prints totals.\n"
     "\n"
     "Exit status: 0 done, 64 wrong usage, 66 input missing, 70 internal error,\n"
@@ -65,9 +69,8 @@ int ReadOptions(int argc, char** argv, Options& options) {
            const std::string error = ReadFeed(text, options);
            if (!error.empty()) throw CLI::ValidationError("--feed", error);
          },
-         "Where events come from")
-      ->type_name("KIND:PATH")
-      ->required();
+         "Where events come from; required, but for --check-config")
+      ->type_name("KIND:PATH");
   app.add_option_function<std::string>(
          "--ca-file",
          [&](const std::string& path) {
@@ -77,8 +80,11 @@ int ReadOptions(int argc, char** argv, Options& options) {
       ->type_name("FILE");
   app.add_flag("--follow", options.follow,
                "Keep reading as the file grows, also after it was rotated");
+  app.add_flag("--check-config", options.checkConfig,
+               "Check the files of the home's config folder, and do nothing else");
   try {
     app.parse(argc, argv);
+    if (!options.checkConfig && options.feedPath.empty()) throw CLI::RequiredError("--feed");
   } catch (const CLI::ParseError& error) {
     const bool answered = app.exit(error, std::cout, std::cerr) == 0;
     return answered ? kDone : kUsageError;

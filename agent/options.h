@@ -14,6 +14,7 @@ struct Options {
   std::string feedPath;  // "-" is standard input; else absolute
   std::string caFile;    // absolute; empty for the system's certificates
   bool follow = false;
+  bool checkConfig = false;  // then there may be no feed
 };
 
 // Reads the command line. Returns -1 when the agent is to run, else the status to exit with: after
