@@ -35,13 +35,12 @@ std::string Completion(WKConfigFile& file, xmlNode* element, const AttributeRule
   if (attribute.value.kind == ValueKind::kFlag) {
     return Write(place, "1") + " or " + Write(place, "0");
   }
-  if (attribute.value.kind == ValueKind::kUnused) return Write(place, "0");
   if (attribute.value.kind != ValueKind::kUnchecked) {
-    return std::string(attribute.name) + " with " + attribute.value.example;
+    return Write(place, std::to_string(attribute.value.least));
   }
   const std::string content = HoldsElements(element) ? "" : ContentText(file, element);
   const std::string_view meant = WithoutBlanks(content);
-  return Write(place, meant.empty() ? "..." : meant);
+  return Write(place, meant.empty() ? attribute.value.example : meant);
 }
 
 void ReportMissing(WKConfigFile& file, xmlNode* element, const AttributeRule& attribute,

@@ -26,8 +26,11 @@ void CheckReport::Note(long line, const std::string& text) const {
 
 void CheckReport::PrintFindings() {
   std::fflush(stdout);  // on a terminal, what was understood stands before what was not
-  std::stable_sort(lines_.begin(), lines_.end(),
-                   [](const Line& left, const Line& right) { return left.number < right.number; });
+  std::stable_sort(lines_.begin(), lines_.end(), [](const Line& left, const Line& right) {
+    // What is true of the whole file comes of its lines, so it stands last.
+    return (left.number != 0 && right.number == 0) ||
+           (left.number != 0 && left.number < right.number);
+  });
   for (const Line& line : lines_) {
     std::fprintf(stderr, "%s%s\n", Position(line.number).c_str(), line.text.c_str());
   }

@@ -18,7 +18,8 @@ struct Finding {
 };
 
 // Everything found in one file. It prints notes, which belong to what was understood, at once on
-// standard output, and the rest in the order of the lines on standard error.
+// standard output, and the rest in the order of the lines on standard error, what concerns the
+// whole file last.
 class CheckReport {
  public:
   explicit CheckReport(std::string path) : path_(std::move(path)) {}

@@ -20,11 +20,10 @@ class DocumentCheck {
         hasFilters_(FindElement(rules, kFilterElement) != nullptr) {}
 
   void Visit(xmlNode* element) {
-    if (IsInSecret(element)) return;
     const ElementRule* const rule = FindElement(rules_, ElementName(element));
     if (rule == nullptr) {
       // The root may bear any name.
-      if (element != file_.rootNode) ReportUnknown(element);
+      if (element != file_.rootNode && !IsInValue(element)) ReportUnknown(element);
       return;
     }
     if (rule->name == std::string_view(kFilterElement)) BeginFilter(element);
@@ -35,11 +34,15 @@ class DocumentCheck {
   }
 
  private:
-  // What stands in a password is part of it, and not for messages.
-  [[nodiscard]] bool IsInSecret(const xmlNode* element) const {
-    for (const ElementRule& rule : rules_.elements) {
-      if (rule.content.kind != ValueKind::kSecret) continue;
-      if (Ancestor(element, rule.name) != nullptr) return true;
+  // True below a value, known or not, that a "<" has broken. It may be a password, so what stands
+  // in it is not for messages.
+  [[nodiscard]] bool IsInValue(const xmlNode* element) const {
+    for (const xmlNode* node = element->parent; node != nullptr && node != file_.rootNode;
+         node = node->parent) {
+      if (node->type != XML_ELEMENT_NODE) continue;
+      const std::string_view name = ElementName(node);
+      if (IsValueElement(name)) return true;
+      if (FindElement(rules_, name) == nullptr && HoldsText(node)) return true;
     }
     return false;
   }
@@ -48,6 +51,7 @@ class DocumentCheck {
     const std::string_view name = ElementName(element);
     std::vector<std::string_view> known;
     for (const ElementRule& rule : rules_.elements) known.emplace_back(rule.name);
+    if (rules_.grouped && HoldsElements(element)) return;
     const std::string_view nearest = NearestName(name, known);
     const std::string text = "unknown element " + std::string(name) + " is ignored; ";
     if (!nearest.empty()) {

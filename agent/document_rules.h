@@ -36,6 +36,7 @@ struct ElementRule {
 struct DocumentRules {
   const char* file;
   std::span<const ElementRule> elements;
+  bool grouped = false;  // other elements may hold these
 };
 
 inline constexpr char kFilterElement[] = "Filter";
@@ -52,6 +53,9 @@ extern const DocumentRules kManagerListRules;
 
 // The file, another than that of `rules`, in which such an element belongs; null where none.
 [[nodiscard]] const char* FileOfElement(const DocumentRules& rules, std::string_view name);
+
+// True when in some file such an element's content is a value.
+[[nodiscard]] bool IsValueElement(std::string_view name);
 
 }  // namespace wkagent
 

@@ -1,6 +1,7 @@
 #ifndef WKAGENT_AGENT_ENTRY_TRAIL_H
 #define WKAGENT_AGENT_ENTRY_TRAIL_H
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -18,23 +19,27 @@ class EntryTrail {
   // Takes the next entry, as the statement keeps it, and the line it stands on; the text that is
   // looked for. Not for an entry that does not fit, nor after one.
   const std::string& Next(std::string_view entry, long line) {
-    if (entry.size() > text_.size()) {
-      text_.resize(entry.size());
-      lines_.resize(entry.size());
-    }
-    for (std::size_t i = 0; i < entry.size(); ++i) {
-      text_[i] = entry[i];
-      lines_[i] = line;
-    }
+    text_.replace(0, std::min(entry.size(), text_.size()), entry);
+    entries_.push_back({entry.size(), line});
     return text_;
   }
 
-  // The line of the entry that character `index` of the text comes from.
-  [[nodiscard]] long LineOf(std::size_t index) const { return lines_.at(index); }
+  // The line of the first entry of more than `size` bytes; 0 where there is none.
+  [[nodiscard]] long FirstLonger(std::size_t size) const {
+    for (const Entry& entry : entries_) {
+      if (entry.size > size) return entry.line;
+    }
+    return 0;
+  }
 
  private:
+  struct Entry {
+    std::size_t size;
+    long line;
+  };
+
   std::string text_;
-  std::vector<long> lines_;
+  std::vector<Entry> entries_;
 };
 
 }  // namespace wkagent

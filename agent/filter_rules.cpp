@@ -6,12 +6,12 @@ namespace wkagent {
 namespace {
 
 constexpr ValueRule kFlag{ValueKind::kFlag, "1"};
-constexpr ValueRule kAnyText{};
+constexpr ValueRule Text(const char* example) { return {ValueKind::kUnchecked, example}; }
 constexpr ValueRule kDirectoryEvent{
-    ValueKind::kCode, "20001 to 20016; logins and logouts belong in ELAFilter.xml", 20001, 20016};
+    ValueKind::kCode, "20001 to 20016 (logins and logouts belong in ELAFilter.xml)", 20001, 20016};
 constexpr ValueRule kLoginEvent{ValueKind::kCode,
-                                "21001 (login) or 21002 (logout); changes of the directory belong "
-                                "in EDAFilter.xml",
+                                "21001 for logins or 21002 for logouts (changes belong in "
+                                "EDAFilter.xml)",
                                 21001, 21002};
 constexpr ValueRule kNoCondition{ValueKind::kUnused, "0"};
 constexpr ValueRule kLoginCondition{ValueKind::kCondition, "705, 706 or 707, or 0 for 705", 705,
@@ -19,28 +19,28 @@ constexpr ValueRule kLoginCondition{ValueKind::kCondition, "705, 706 or 707, or 
 
 // The times, the context and the names are for the check of the statement.
 constexpr AttributeRule kEdaFilter[] = {
-    {"Title", kAnyText, Need::kWanted},
+    {"Title", Text("..."), Need::kWanted},
     {"IncludeExclude", kFlag},
     {"Enabled", kFlag},
     {"AllDay", kFlag},
-    {"StartTime", kAnyText, Need::kOptional},
-    {"EndTime", kAnyText, Need::kOptional},
-    {"Context", kAnyText},
+    {"StartTime", Text(""), Need::kOptional},
+    {"EndTime", Text(""), Need::kOptional},
+    {"Context", Text("OU=sales,O=acme")},
     {"IncludeSubContainers", kFlag},
 };
 constexpr AttributeRule kElaFilter[] = {
-    {"Title", kAnyText, Need::kWanted},
+    {"Title", Text("..."), Need::kWanted},
     {"IncludeExclude", kFlag},
     {"Enabled", kFlag},
     {"AllDay", kFlag},
-    {"StartTime", kAnyText, Need::kOptional},
-    {"EndTime", kAnyText, Need::kOptional},
+    {"StartTime", Text(""), Need::kOptional},
+    {"EndTime", Text(""), Need::kOptional},
 };
 constexpr AttributeRule kEdaOperation[] = {{"EventId", kDirectoryEvent},
                                            {"Condition", kNoCondition, Need::kWanted}};
 constexpr AttributeRule kElaOperation[] = {{"EventId", kLoginEvent},
                                            {"Condition", kLoginCondition}};
-constexpr AttributeRule kName[] = {{"Name", kAnyText}};
+constexpr AttributeRule kName[] = {{"Name", Text("...")}};
 constexpr AttributeRule kAllOperations[] = {{"AllOperations", kFlag}};
 constexpr AttributeRule kAllUsers[] = {{"AllUsers", kFlag}};
 constexpr AttributeRule kAllNodes[] = {{"AllNodes", kFlag}};
@@ -51,10 +51,10 @@ constexpr AttributeRule kAllAttributeValues[] = {{"AllAttributeValues", kFlag}};
 constexpr AttributeRule kExcludeAlert[] = {{"ExcludeAlert", kFlag}};
 constexpr AttributeRule kAlert[] = {{"Alert", kFlag}};
 constexpr AttributeRule kMail[] = {{"Alert", kFlag},
-                                   {"From", kAnyText, Need::kWithAlert},
-                                   {"Subject", kAnyText, Need::kWithAlert},
-                                   {"To", kAnyText, Need::kWithAlert},
-                                   {"Cc", kAnyText, Need::kWithAlert}};
+                                   {"From", Text("agent@acme.example"), Need::kWithAlert},
+                                   {"Subject", Text("..."), Need::kWithAlert},
+                                   {"To", Text("security@acme.example"), Need::kWithAlert},
+                                   {"Cc", Text(""), Need::kWithAlert}};
 
 // A statement, a part of one, and an entry of a list.
 constexpr ElementRule Statement(std::span<const AttributeRule> attributes) {

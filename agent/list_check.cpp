@@ -17,29 +17,31 @@ class EntriesCheck {
   void Visit(xmlNode* element) {
     const auto written = AttributeText(file_, element, "Name");
     const std::string stored = StoredName(rule_.form, written.value_or(""));
+    const std::string quoted = Quoted(element);
     const long line = LineOf(element);
     if (endLine_ != 0) {
-      return report_.Error(
-          line, Quoted(written) + " is never looked for, since the entry of line " +
-                    to_string(endLine_) + " is too long and ends the list; " + "shorten that one");
+      return report_.Error(line, quoted + " is never looked for, since the entry of line " +
+                                     to_string(endLine_) + " is too long and ends the list; " +
+                                     "shorten that one");
     }
     if (stored.size() > EntryTrail::kLongestEntry) {
       endLine_ = line;
-      return report_.Error(line, Quoted(written) + " has " + to_string(stored.size()) +
-                                     " bytes, and one of more than " +
-                                     to_string(EntryTrail::kLongestEntry) +
-                                     " ends the list; shorten it");
+      return report_.Error(
+          line, quoted + " has " + to_string(stored.size()) + " bytes, and one of more than " +
+                    to_string(EntryTrail::kLongestEntry) + " ends the list; shorten it");
     }
     if (written) report_.Add(line, CheckName(Place(), rule_.form, rule_.longest, *written));
     const std::string& sought = trail_.Next(stored, line);
-    if (sought.empty()) return report_.Error(line, Quoted(written) + MatchesAll());
-    if (sought != stored) ReportRest(line, Quoted(written), stored, sought);
+    if (sought.empty()) return report_.Error(line, quoted + MatchesAll());
+    if (sought != stored) ReportRest(line, quoted, stored, sought);
   }
 
  private:
   [[nodiscard]] ValuePlace Place() const { return {rule_.entry, "Name"}; }
 
-  [[nodiscard]] std::string Quoted(const std::optional<std::string>& written) const {
+  // As the file has it, with the stars that the reader drops.
+  [[nodiscard]] std::string Quoted(xmlNode* element) const {
+    const auto written = WrittenAttribute(element, "Name");
     return written ? Quote(Place(), *written) : std::string(rule_.entry) + " without a Name";
   }
 
@@ -50,12 +52,10 @@ class EntriesCheck {
 
   void ReportRest(long line, const std::string& quoted, const std::string& stored,
                   const std::string& sought) {
-    const std::string longer = to_string(trail_.LineOf(stored.size()));
+    const std::string longer = to_string(trail_.FirstLonger(stored.size()));
     report_.Error(line, quoted + " is looked for as " + Quote(sought) +
-                            ", with the rest of the longer entry of line " + longer +
-                            (stored.empty() ? "; remove it, or write a name before line "
-                                            : "; move it before line ") +
-                            longer);
+                            ", with the rest of a longer entry before it; " +
+                            (stored.empty() ? "remove it" : "move it before line " + longer));
   }
 
   WKConfigFile& file_;

@@ -112,7 +112,7 @@ std::optional<Finding> CheckName(const ValuePlace& place, NameForm form, std::si
   }
   if (stored.size() > longest) {
     return Error(Quote(place, written) + " has " + std::to_string(stored.size()) +
-                 " bytes, and what it is looked for in at most " + std::to_string(longest) +
+                 " bytes, and the text it is looked for in at most " + std::to_string(longest) +
                  "; shorten it");
   }
   if (form == NameForm::kValue) return {};

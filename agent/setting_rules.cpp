@@ -22,8 +22,13 @@ constexpr ElementRule Setting(const char* name, const ValueRule& value) {
   return {name, nullptr, false, true, value, {}};
 }
 
-// Mail addresses are kept whole, whatever their length.
-constexpr ValueRule kAddress = TextIn(std::numeric_limits<int>::max(), "security@acme.example");
+// Mail addresses are kept whole, whatever their length. Which of them, and which
+// Enable, count is for another check.
+constexpr ElementRule Address(const char* name) {
+  constexpr std::size_t kAnyLength = std::numeric_limits<int>::max();
+  return {name, nullptr, true, true, TextIn(kAnyLength, "security@acme.example"), {}};
+}
+
 constexpr AttributeRule kLogging[] = {{"Enable", Flag(), Need::kOptional}};
 
 constexpr ElementRule kDaemonSettings[] = {
@@ -33,10 +38,10 @@ constexpr ElementRule kDaemonSettings[] = {
     Setting("QRAServiceStart", Flag()),
     Setting("QRAServiceStop", Flag()),
     {"Logging", nullptr, false, false, {}, kLogging},
-    {"Enable", nullptr, true, true, Flag(), {}},  // which of them counts is for its own check
-    Setting("From", kAddress),
-    Setting("To", kAddress),
-    Setting("CC", kAddress),
+    {"Enable", nullptr, true, true, Flag(), {}},
+    Address("From"),
+    Address("To"),
+    Address("CC"),
     Setting("PersistentMount", Flag()),
     Setting("WorkspaceGuid", TextIn(sizeof(WKDaemonSettings::workspaceGuid), "")),
 };
@@ -79,6 +84,6 @@ constexpr ElementRule kManagerList[] = {
 const DocumentRules kDaemonSettingsRules = {"DaemonSettings.xml", kDaemonSettings};
 const DocumentRules kMemorySettingsRules = {"WKMemorySettings.xml", kMemorySettings};
 const DocumentRules kLdapSettingsRules = {"LDAPSettings.xml", kLdapSettings};
-const DocumentRules kManagerListRules = {"ManagerList.xml", kManagerList};
+const DocumentRules kManagerListRules = {"ManagerList.xml", kManagerList, true};
 
 }  // namespace wkagent

@@ -1,5 +1,7 @@
 #include "agent/settings_check.h"
 
+#include <map>
+
 #include <wkagent/config.h>
 
 #include "agent/document_check.h"
@@ -24,11 +26,7 @@ class LoggingCheck {
     if (name == "Enable" && element != enable_) {
       report_.Error(LineOf(element), "Enable is not looked at here; write <Logging Enable=\"1\">");
     }
-    const bool address = name == "From" || name == "To" || name == "CC";
-    if (!address || enabled_ || Ancestor(element, "Logging") != nullptr) return;
-    report_.Error(LineOf(element), std::string(name) +
-                                       " stands before an enabled Logging and is "
-                                       "ignored; move it into <Logging Enable=\"1\">");
+    if (name == "From" || name == "To" || name == "CC") VisitAddress(element);
   }
 
   void CheckMail() {
@@ -65,6 +63,22 @@ class LoggingCheck {
     enabled_ = value && ToFlag(value->c_str());
   }
 
+  void VisitAddress(const xmlNode* element) {
+    const std::string name(ElementName(element));
+    const long line = LineOf(element);
+    if (enabled_) {
+      const auto [earlier, first] = addresses_.try_emplace(name, line);
+      if (!first) {
+        report_.Error(line, name + " overrides the one of line " + std::to_string(earlier->second) +
+                                "; keep one of them");
+      }
+    } else if (Ancestor(element, "Logging") == nullptr) {
+      report_.Error(line, name +
+                              " stands before an enabled Logging and is ignored; move it into "
+                              "<Logging Enable=\"1\">");
+    }
+  }
+
   static xmlNode* FirstEnable(xmlNode* logging) {
     for (xmlNode* child = logging->children; child != nullptr; child = child->next) {
       if (child->type == XML_ELEMENT_NODE && ElementName(child) == "Enable") return child;
@@ -76,7 +90,8 @@ class LoggingCheck {
   CheckReport& report_;
   xmlNode* enable_ = nullptr;  // the element that decides
   bool enabled_ = false;
-  long line_ = 0;  // of the last Logging
+  long line_ = 0;                          // of the last Logging
+  std::map<std::string, long> addresses_;  // the lines of those that count
 };
 
 }  // namespace

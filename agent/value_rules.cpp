@@ -70,9 +70,10 @@ std::optional<Finding> CheckFlag(const Value& value) {
   return Warning(value.Quoted() + " counts as 1; write " + value.Correct("1"));
 }
 
-std::string RangeAdvice(const ValueRule& rule) {
+std::string RangeAdvice(const Value& value) {
+  const ValueRule& rule = value.rule;
   if (rule.kind == ValueKind::kCode || rule.kind == ValueKind::kCondition) return rule.example;
-  if (rule.kind == ValueKind::kUnused) return "0";
+  if (rule.kind == ValueKind::kUnused) return value.Correct("0");
   return "a number from " + to_string(rule.least) + " to " + to_string(rule.most);
 }
 
@@ -83,20 +84,20 @@ std::optional<Finding> CheckDigits(const Value& value) {
     const bool inRange =
         countsAs > 0 && countsAs >= value.rule.least && countsAs <= value.rule.most;
     const bool code = value.rule.kind != ValueKind::kNumber;
-    if (!inRange && code) return Error(NotANumber(value, countsAs) + RangeAdvice(value.rule));
+    if (!inRange && code) return Error(NotANumber(value, countsAs) + RangeAdvice(value));
     return Error(NotANumber(value, countsAs) +
                  value.Correct(inRange ? to_string(countsAs) : value.rule.example));
   }
   if (FitsInt(value.text)) return {};
   return Error(value.Quoted() + " does not fit in 32 bits and counts as " + to_string(countsAs) +
-               "; write " + RangeAdvice(value.rule));
+               "; write " + RangeAdvice(value));
 }
 
 std::optional<Finding> CheckNumber(const Value& value) {
   if (auto finding = CheckDigits(value)) return finding;
   const ValueRule& rule = value.rule;
   const int number = ToInt(value.text.c_str());
-  const std::string advice = "; write " + RangeAdvice(rule);
+  const std::string advice = "; write " + RangeAdvice(value);
   switch (rule.kind) {
     case ValueKind::kUnused:
       if (number == 0) return {};

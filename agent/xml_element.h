@@ -9,6 +9,8 @@
 
 #include <wkagent/config.h>
 
+#include "config/xml_library.h"
+
 namespace wkagent {
 
 // Questions about the elements of a file that the library has read.
@@ -28,6 +30,15 @@ namespace wkagent {
   return value;
 }
 
+// The same as the file has it.
+[[nodiscard]] inline std::optional<std::string> WrittenAttribute(const xmlNode* element,
+                                                                 const char* name) {
+  const XmlText value(
+      reinterpret_cast<char*>(xmlGetProp(element, reinterpret_cast<const xmlChar*>(name))));
+  if (value == nullptr) return {};
+  return value.get();
+}
+
 [[nodiscard]] inline std::string ContentText(WKConfigFile& file, xmlNode* element) {
   const char* const content = file.GetNodeContent(element);
   return content == nullptr ? "" : content;
@@ -44,6 +55,15 @@ namespace wkagent {
 [[nodiscard]] inline bool HoldsElements(const xmlNode* element) {
   for (const xmlNode* child = element->children; child != nullptr; child = child->next) {
     if (child->type == XML_ELEMENT_NODE) return true;
+  }
+  return false;
+}
+
+// True when text stands right in the element.
+[[nodiscard]] inline bool HoldsText(const xmlNode* element) {
+  for (const xmlNode* child = element->children; child != nullptr; child = child->next) {
+    const bool text = child->type == XML_TEXT_NODE || child->type == XML_CDATA_SECTION_NODE;
+    if (text && xmlIsBlankNode(child) == 0) return true;
   }
   return false;
 }
