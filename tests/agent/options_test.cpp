@@ -56,6 +56,7 @@ TEST(Options, AreRead) {
   EXPECT_EQ(FeedKind::kAuditlog, answer.options.feedKind);
   EXPECT_EQ("/var/log/changes", answer.options.feedPath);
   EXPECT_FALSE(answer.options.follow);
+  EXPECT_FALSE(answer.options.checkConfig);
   EXPECT_EQ("", answer.out + answer.err);
 }
 
@@ -86,6 +87,20 @@ TEST(Options, HomeAndFeedAreRequired) {
   ExpectUsageError({"--feed", "jsonl:-"}, "--home is required");
   ExpectUsageError({"--home"}, "--home");
   ExpectUsageError({"--home", "h", "--feed"}, "--feed");
+}
+
+TEST(Options, ACheckOfTheConfigurationNeedsNoFeed) {
+  const Answer answer = Read({"--home", "/srv/home", "--check-config"});
+  EXPECT_EQ(kRun, answer.status);
+  EXPECT_TRUE(answer.options.checkConfig);
+  EXPECT_EQ("", answer.out + answer.err);
+  ExpectUsageError({"--check-config"}, "--home is required");
+}
+
+TEST(Options, ACheckOfTheConfigurationMayNameAFeed) {
+  const Answer answer = Read({"--check-config", "--home", "h", "--feed", "jsonl:-"});
+  EXPECT_EQ(kRun, answer.status);
+  EXPECT_TRUE(answer.options.checkConfig);
 }
 
 TEST(Options, AFeedNeedsAKnownKindAndAPath) {
@@ -120,7 +135,8 @@ TEST(Options, HelpIsAnAnswer) {
     EXPECT_EQ("", answer.err);
     EXPECT_THAT(answer.out, AllOf(HasSubstr("--home"), HasSubstr("--feed"), HasSubstr("--follow"),
                                   HasSubstr("auditlog:PATH"), HasSubstr("jsonl:PATH"),
-                                  HasSubstr("SIGUSR1"), HasSubstr("Exit status: 0 done, 64")));
+                                  HasSubstr("--check-config"), HasSubstr("SIGUSR1"),
+                                  HasSubstr("Exit status: 0 done, 64")));
   }
 }
 
