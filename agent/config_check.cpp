@@ -21,8 +21,8 @@ namespace {
 
 struct CheckedFile {
   const DocumentRules& rules;
-  void (*check)(CheckReport&);
-  const char* whenMissing;  // a note; null: nothing to say
+  void (*check)(CheckReport&) = nullptr;
+  const char* whenMissing = nullptr;  // a note; null: nothing to say
   bool required = false;
 };
 
@@ -85,7 +85,7 @@ void CheckFileNames(const std::string& folder, CheckTotals& totals) {
     if (!xml || std::find(known.begin(), known.end(), name) != known.end()) continue;
     const std::string_view nearest = NearestName(name, known);
     if (nearest.empty()) continue;
-    CheckReport report(folder + "/" + name);
+    CheckReport report(std::string(folder).append("/").append(name));
     report.Warning(0, "the agent does not read a file of this name; did you mean " +
                           std::string(nearest) + "?");
     totals.Add(report);

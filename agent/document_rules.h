@@ -19,13 +19,13 @@ enum class Need {
 };
 
 struct AttributeRule {
-  const char* name;
+  const char* name = "";
   ValueRule value;
   Need need = Need::kRequired;
 };
 
 struct ElementRule {
-  const char* name;
+  const char* name = "";
   const char* parent = nullptr;  // the element that it belongs in; null is any
   bool repeats = false;          // may stand more than once, in a Filter or else in the file
   bool hasContent = false;       // has a content, which is a value by the rule `content`

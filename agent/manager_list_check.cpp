@@ -37,8 +37,8 @@ class ManagersCheck {
  private:
   struct Machine {
     std::string name;
-    long line;
-    long addressLine;  // 0 where there is none
+    long line = 0;
+    long addressLine = 0;  // 0 where there is none
   };
 
   void VisitName(xmlNode* element) {

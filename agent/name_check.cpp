@@ -1,6 +1,7 @@
 #include "agent/name_check.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -93,7 +94,8 @@ std::string StoredName(NameForm form, const std::string& written) {
   std::string name = written;
   if (form != NameForm::kDotted && form != NameForm::kOwnName) return name;
   WKFilterStatement().ConvertToNDAPFormat(name.data());
-  return name.c_str();
+  name.resize(std::strlen(name.c_str()));  // the conversion only shortens
+  return name;
 }
 
 std::optional<Finding> CheckName(const ValuePlace& place, NameForm form, std::size_t longest,

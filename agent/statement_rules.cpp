@@ -14,26 +14,31 @@ WKEDAFilterStatement& Eda(Base& statement) { return static_cast<WKEDAFilterState
 WKELAFilterStatement& Ela(Base& statement) { return static_cast<WKELAFilterStatement&>(statement); }
 
 // What the text of an event's field may have.
-#define WKAGENT_FIELD(field) (sizeof(tagWKEventData::field) - 1)
+constexpr std::size_t kName = sizeof(tagWKEventData::UserName) - 1;
+constexpr std::size_t kObject = sizeof(tagWKEventData::Object1) - 1;
+constexpr std::size_t kClass = sizeof(tagWKEventData::Class1) - 1;
+constexpr std::size_t kAttribute = sizeof(tagWKEventData::Attribute1) - 1;
+constexpr std::size_t kValue = sizeof(tagWKEventData::AttributeValue) - 1;
+constexpr std::size_t kNode = sizeof(tagWKEventData::NodeAddress) - 1;
 
 constexpr ListRule kEdaLists[] = {
-    {"Users", "AllUsers", "User", NameForm::kDotted, WKAGENT_FIELD(UserName), false,
-     [](Base& s) { return s.allUsers; }},
-    {"Objects", "AllObjects", "Object", NameForm::kOwnName, WKAGENT_FIELD(Object1), false,
-     [](Base& s) { return Eda(s).allObjects; }},
-    {"Classes", "AllClasses", "Class", NameForm::kPlain, WKAGENT_FIELD(Class1), false,
-     [](Base& s) { return Eda(s).allClasses; }},
-    {"Attributes", "AllAttributes", "Attribute", NameForm::kPlain, WKAGENT_FIELD(Attribute1), true,
-     [](Base& s) { return Eda(s).allAttributes; }},
-    {"AttributeValues", "AllAttributeValues", "AttributeValue", NameForm::kValue,
-     WKAGENT_FIELD(AttributeValue), true, [](Base& s) { return Eda(s).allValues; }},
+    {"Users", "AllUsers", "User", kName, [](Base& s) { return s.allUsers; }, NameForm::kDotted,
+     false},
+    {"Objects", "AllObjects", "Object", kObject, [](Base& s) { return Eda(s).allObjects; },
+     NameForm::kOwnName, false},
+    {"Classes", "AllClasses", "Class", kClass, [](Base& s) { return Eda(s).allClasses; },
+     NameForm::kPlain, false},
+    {"Attributes", "AllAttributes", "Attribute", kAttribute,
+     [](Base& s) { return Eda(s).allAttributes; }, NameForm::kPlain, true},
+    {"AttributeValues", "AllAttributeValues", "AttributeValue", kValue,
+     [](Base& s) { return Eda(s).allValues; }, NameForm::kValue, true},
 };
 
 constexpr ListRule kElaLists[] = {
-    {"Users", "AllUsers", "User", NameForm::kDotted, WKAGENT_FIELD(UserName), false,
-     [](Base& s) { return s.allUsers; }},
-    {"Nodes", "AllNodes", "Node", NameForm::kPlain, WKAGENT_FIELD(NodeAddress), false,
-     [](Base& s) { return s.allNodes; }},
+    {"Users", "AllUsers", "User", kName, [](Base& s) { return s.allUsers; }, NameForm::kDotted,
+     false},
+    {"Nodes", "AllNodes", "Node", kNode, [](Base& s) { return s.allNodes; }, NameForm::kPlain,
+     false},
 };
 
 template <typename Codes>

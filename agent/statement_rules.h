@@ -14,13 +14,13 @@ namespace wkagent {
 
 // A list of names with the flag that switches it off.
 struct ListRule {
-  const char* group;  // the element that bears the flag
-  const char* flag;   // its attribute
-  const char* entry;  // the element of an entry
-  NameForm form;
+  const char* group;    // the element that bears the flag
+  const char* flag;     // its attribute
+  const char* entry;    // the element of an entry
   std::size_t longest;  // bytes of the event's field
-  bool absentPasses;    // an event without such a text is covered
   bool (*isAll)(WKFilterStatement&);
+  NameForm form;
+  bool absentPasses;  // an event without such a text is covered
 };
 
 struct StatementRules {

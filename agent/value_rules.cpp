@@ -94,8 +94,11 @@ std::optional<Finding> CheckDigits(const Value& value) {
 }
 
 std::optional<Finding> CheckNumber(const Value& value) {
-  if (auto finding = CheckDigits(value)) return finding;
   const ValueRule& rule = value.rule;
+  if (auto finding = CheckDigits(value)) {
+    if (rule.kind == ValueKind::kUnused) finding->severity = Severity::kWarning;
+    return finding;
+  }
   const int number = ToInt(value.text.c_str());
   const std::string advice = "; write " + RangeAdvice(value);
   switch (rule.kind) {

@@ -226,6 +226,11 @@ const BrokenFile kValues[] = {
      "4294987297",
      {":5: error: Operation EventId=\"4294987297\" does not fit in 32 bits and counts as 20001; "
       "write 20001 to 20016 (logins and logouts belong in ELAFilter.xml)"}},
+    {"ConditionThatIsNoNumber",
+     "Condition=\"0\"",
+     "Condition=\"any\"",
+     {":5: warning: Operation Condition=\"any\" is no number and counts as 0; write "
+      "Condition=\"0\""}},
     {"ConditionThatIsNotUsed",
      "Condition=\"0\"",
      "Condition=\"705\"",

@@ -117,6 +117,18 @@ TEST_F(ConfigCheckTest, AnEmptyFileIsNamed) {
   EXPECT_THAT(Check().err, HasSubstr("WKMemorySettings.xml:1: error: it is no well-formed XML"));
 }
 
+TEST_F(ConfigCheckTest, AFileThatWasCutOffAnywhereIsNamed) {
+  const std::string whole = kLdapSettings;
+  const std::size_t end = whole.find_last_of('>');
+  for (std::size_t size = 0; size <= end; ++size) {
+    Write("LDAPSettings.xml", whole.substr(0, size));
+    const Answer answer = Check();
+    ASSERT_EQ(78, answer.status) << size;
+    ASSERT_THAT(answer.err, HasSubstr(": error: it is no well-formed XML")) << size;
+    ASSERT_THAT(answer.out + answer.err, Not(HasSubstr("geheim"))) << size;
+  }
+}
+
 TEST_F(ConfigCheckTest, AHomeWithoutConfigFolderIsNamed) {
   std::filesystem::remove_all(home_.Path("config"));
   const Answer answer = Check();
