@@ -58,12 +58,13 @@ void WKManagerList::ReadSharedSettings(_xmlNode* node) {
       return;
     }
     if (pendingEntry == nullptr) return;
+    WKShareFolderSetting& server = *pendingEntry;
     if (wkagent::HasName(element, "IsPrincipal")) {
-      pendingEntry->SetPrimaryFlag(wkagent::ToFlag(GetNodeContent(element)));
+      server.SetPrimaryFlag(wkagent::ToFlag(GetNodeContent(element)));
     }
     for (const TextElement& entry : kTexts) {
       if (!wkagent::HasName(element, entry.name)) continue;
-      (pendingEntry->*entry.set)(GetNodeContent(element));
+      (server.*entry.set)(GetNodeContent(element));
     }
   });
 }
