@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <iterator>
 #include <string_view>
 #include <utility>
@@ -179,8 +178,7 @@ void AccessLogSource::Disconnect(const std::string& reason) {
   pause_ = std::min(pause_ * 2, kLongestPause);
 }
 
-void AccessLogSource::SettingsChanged(std::string_view name) {
-  if (std::filesystem::path(settingsPath_).filename() != name) return;
+void AccessLogSource::ReloadSettings() {
   tagLDAPConfig config{};
   const std::string error = ReadSettings(config);
   if (!error.empty()) {

@@ -30,7 +30,8 @@ class AccessLogSource : public Source {
   void Attach(FeedSink& sink) override;
   [[nodiscard]] int WaitFd() const override;
   [[nodiscard]] State Work(bool ready) override;
-  void SettingsChanged(std::string_view name) override;
+  [[nodiscard]] std::string SettingsPath() const override { return settingsPath_; }
+  void ReloadSettings() override;
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -20,6 +20,7 @@ ConfigWatch::ConfigWatch(const std::vector<std::string>& names) : next_(steady_c
   monitor_.InitializeLogMessage(ReportLibraryMessage);
   monitor_.SetDirectoryToMonitor(configFolder);
   for (const std::string& name : names) {
+    if (name.empty()) continue;
     monitor_.AddFileToMonitor(const_cast<char*>(name.c_str()));
     const Mark mark = MarkOf(name);
     files_.push_back({.name = name, .known = mark, .seen = mark});

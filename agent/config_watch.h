@@ -16,6 +16,7 @@ namespace wkagent {
 // which are looked at from time to time. It belongs to one thread.
 class ConfigWatch {
  public:
+  // Empty names are ignored.
   explicit ConfigWatch(const std::vector<std::string>& names);
 
   // The names of the files that have changed since the last call. Cheap: it looks a few times a

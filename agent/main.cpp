@@ -1,7 +1,7 @@
 #include <exception>
 
 #include "agent/agent.h"
-#include "agent/config_check.h"
+#include "agent/check/config_check.h"
 #include "agent/exit_status.h"
 #include "agent/options.h"
 #include "agent/report.h"
@@ -11,7 +11,9 @@ int main(int argc, char** argv) {
     wkagent::Options options;
     const int status = wkagent::ReadOptions(argc, argv, options);
     if (status >= 0) return status;
-    return options.checkConfig ? wkagent::CheckConfig(options.home) : wkagent::RunAgent(options);
+    if (!options.checkConfig) return wkagent::RunAgent(options);
+    const bool ldap = options.feedKind == wkagent::FeedKind::kAccesslog;
+    return wkagent::CheckConfig(options.home, ldap ? options.feedPath : std::string());
   } catch (const std::exception& error) {
     wkagent::Report(error.what());
     return wkagent::kInternalError;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <filesystem>
 #include <utility>
 
 #include <unistd.h>
@@ -17,6 +18,14 @@ constexpr std::chrono::milliseconds kProgressInterval(500);
 constexpr std::chrono::seconds kLongestBusyTime(1);
 constexpr int kLongestWait = 250;  // milliseconds: changed files and the clock are looked at
 
+// The name of a file of the home's config folder; empty for any other path.
+std::string NameInConfig(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path file(path);
+  const bool inside = std::filesystem::equivalent(file.parent_path(), "../config", error);
+  return inside && !error ? file.filename().string() : std::string();
+}
+
 bool IsFilterFile(const std::string& name) {
   return name == DirectoryEvents::kFilterFile || name == LoginEvents::kFilterFile;
 }
@@ -28,11 +37,12 @@ Reader::Reader(std::string home, const Settings& settings, Source& source, Signa
     : home_(std::move(home)),
       settings_(settings),
       source_(source),
+      sourceSettings_(NameInConfig(source.SettingsPath())),
       signals_(signals),
       queue_(queue),
       worker_(worker),
       watch_({DirectoryEvents::kFilterFile, LoginEvents::kFilterFile, kDaemonSettingsFile,
-              kMemorySettingsFile, kLdapSettingsFile}),
+              kMemorySettingsFile, sourceSettings_}),
       day_(std::time(nullptr)),
       watched_(isatty(STDERR_FILENO) != 0),
       lastProgress_(Clock::now()),
@@ -63,6 +73,7 @@ ExitStatus Reader::Run() {
 void Reader::ObeySignals() {
   if (signals_.TakeReload()) {
     ReloadSettings();
+    source_.ReloadSettings();
     queue_.Push(QueueItem::Kind::kReload);
   }
   if (signals_.TakeTotals()) queue_.Push(QueueItem::Kind::kShowTotals);
@@ -73,8 +84,8 @@ void Reader::TakeChangedFiles() {
   for (const std::string& name : watch_.TakeChanges()) {
     if (IsFilterFile(name)) {
       queue_.Push(QueueItem::Kind::kReload, name);
-    } else if (name == kLdapSettingsFile) {
-      source_.SettingsChanged(name);
+    } else if (name == sourceSettings_) {
+      source_.ReloadSettings();
     } else {
       settings = true;
     }

@@ -38,6 +38,7 @@ class Reader {
   const std::string home_;
   Settings settings_;
   Source& source_;
+  const std::string sourceSettings_;  // the name of its settings file, if it lies in the home
   Signals& signals_;
   QueueSink& queue_;
   const Worker& worker_;

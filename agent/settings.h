@@ -16,7 +16,6 @@ struct Settings {
 
 inline constexpr char kDaemonSettingsFile[] = "DaemonSettings.xml";
 inline constexpr char kMemorySettingsFile[] = "WKMemorySettings.xml";
-inline constexpr char kLdapSettingsFile[] = "LDAPSettings.xml";
 
 // Reads "../config/DaemonSettings.xml" and "../config/WKMemorySettings.xml". A file that does not
 // exist leaves the defaults, and a number that cannot be used is replaced by the nearest that can.

@@ -3,7 +3,6 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
 
 #include "agent/exit_status.h"
 #include "agent/feed.h"
@@ -44,8 +43,9 @@ class Source {
   // Reads a part of what there is. `ready` tells whether WaitFd can be read.
   [[nodiscard]] virtual State Work(bool ready) = 0;
 
-  // The settings file of this name in the home has changed.
-  virtual void SettingsChanged(std::string_view /*name*/) {}
+  // The path of its settings file, empty where it has none; and that file has changed.
+  [[nodiscard]] virtual std::string SettingsPath() const { return {}; }
+  virtual void ReloadSettings() {}
 };
 
 // The source that the options name.

@@ -12,7 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "agent/config_check.h"
+#include "agent/check/config_check.h"
 #include "support/agent_home.h"
 
 namespace wkagent::test {

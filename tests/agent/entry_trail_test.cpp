@@ -1,4 +1,4 @@
-#include "agent/entry_trail.h"
+#include "agent/check/entry_trail.h"
 
 #include <random>
 #include <string>

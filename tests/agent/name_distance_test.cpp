@@ -1,4 +1,4 @@
-#include "agent/name_distance.h"
+#include "agent/check/name_distance.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "agent/value_place.h"
+#include "agent/check/value_place.h"
 
 #include <gtest/gtest.h>
 

@@ -162,6 +162,21 @@ TEST_F(AccessLog, CorrectedSettingsAreTakenOverAtOnce) {
   EXPECT_THAT(messages_, Not(HasSubstr("wrong")));
 }
 
+TEST_F(AccessLog, SettingsOutsideTheHomeAreReadAgainAtSighup) {
+  const std::string path = home_.Path("slapd/directory.xml");
+  WriteSettings("wrong");
+  std::filesystem::rename(home_.Path("config/LDAPSettings.xml"), path);
+  agent_.emplace(Command("accesslog:" + path));
+  ASSERT_TRUE(WaitForMessage("binding: Invalid credentials"));
+  WriteSettings(DirectoryServer::kPassword);
+  std::filesystem::rename(home_.Path("config/LDAPSettings.xml"), path);
+  agent_->Signal(SIGHUP);
+  server_->Add("dn: ou=it,o=acme\nobjectClass: organizationalUnit\nou: it\n");
+  EXPECT_TRUE(WaitForLive("Object1=\"it.acme\"")) << agent_->Errors();
+  StopAgent();
+  EXPECT_THAT(messages_, HasSubstr(path + ": read again"));
+}
+
 TEST_F(AccessLog, AFilterThatIsReplacedDecidesWhatFollows) {
   home_.Write("config/EDAFilter.xml", FilterFile({}));
   StartAgent();

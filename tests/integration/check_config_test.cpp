@@ -33,6 +33,16 @@ TEST_F(CheckConfigOption, EndsWithStatus78WhenThereAreErrors) {
             ended.errors);
 }
 
+TEST_F(CheckConfigOption, ChecksTheSettingsThatTheFeedNames) {
+  home_.Write("bin/directory.xml", "<S><LDAPserver>a</LDAPserver></S>");
+  const std::string path = home_.Path("bin/directory.xml");
+  const Ended ended = RunToEnd(
+      {WKAGENT_AGENT, "--home", HomePath(), "--check-config", "--feed", "accesslog:" + path});
+  EXPECT_EQ(78, ended.status);
+  EXPECT_THAT(ended.errors, HasSubstr(path + ":1: error: unknown element LDAPserver is ignored; "
+                                             "did you mean LDAPServer?\n"));
+}
+
 TEST_F(CheckConfigOption, WorksBesideARunningAgent) {
   Process agent(Command("jsonl:-"), Input::kFromTest);
   agent.Write(Numbered(1) + "\n");
