@@ -107,6 +107,7 @@ Source::State AccessLogSource::Work(bool /*ready*/) {
       case SyncSearch::State::kOther:
         break;
       case SyncSearch::State::kNothing:
+        if (!search_->IsRefreshing()) pause_ = kFirstPause;  // the connection is a good one
         return State::kIdle;
       case SyncSearch::State::kEnded:
         EndSearch();

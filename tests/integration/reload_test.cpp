@@ -1,11 +1,13 @@
 // Filter and settings files that change while the agent works.
 
-#include <csignal>
+#include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <sstream>
 #include <string>
 
 #include "integration/agent_test.h"
+#include "support/local_time.h"
 #include "support/wait_until.h"
 
 namespace wkagent::test {
@@ -109,6 +111,28 @@ TEST_F(ReloadTest, BrokenSettingsAtTheStartAreBadConfiguration) {
 TEST_F(ReloadTest, APoolOfOneBlockLosesNothing) {
   home_.Write("config/WKMemorySettings.xml", "<S><MaxEDIRMemoryBlocks>1</MaxEDIRMemoryBlocks></S>");
   EXPECT_EQ((Totals{2000, 0, 2000, 0, 3, 0}), Audit(Numbered(0, 2000)));
+}
+
+// A time zone in which a new day begins in so many seconds.
+std::string ZoneWithMidnightIn(int seconds) {
+  constexpr int kDay = 86'400;
+  // In a POSIX time zone the offset is what local time lacks to UTC.
+  const int now = static_cast<int>(std::time(nullptr) % kDay);
+  const int offset = (now + seconds) % kDay;
+  char zone[32];
+  std::snprintf(zone, sizeof(zone), "XXX%d:%02d:%02d", offset / 3600, offset / 60 % 60,
+                offset % 60);
+  return zone;
+}
+
+TEST_F(ReloadTest, FiltersAreReadAgainAtLocalMidnight) {
+  home_.Write("config/ELAFilter.xml", "<F><Filter Enabled=\"1\"/></F>");
+  const TimeZone zone(ZoneWithMidnightIn(6).c_str());
+  Process agent(Command("jsonl:-"), Input::kFromTest);
+  EXPECT_TRUE(WaitForMessage(agent, "EDAFilter.xml: read again, 1 statements"));
+  EXPECT_TRUE(WaitForMessage(agent, "ELAFilter.xml: read again, 1 statements"));
+  Stop(agent);
+  EXPECT_EQ(1, Count(agent.Errors(), "EDAFilter.xml: read again"));
 }
 
 // Two filters in turn, one for the events of even numbers and one for those of odd ones: in what is
