@@ -4,7 +4,10 @@
 #include <fstream>
 #include <map>
 
+#include <wkagent/config.h>
+
 #include "agent/config_check_fixture.h"
+#include "support/text.h"
 
 namespace wkagent::test {
 namespace {
@@ -38,6 +41,15 @@ std::vector<Example> ExamplesOf(const std::string& document) {
   return examples;
 }
 
+constexpr char kDocument[] = "docs/configuration.md";
+constexpr char kSharedSettings[] = "SharedSettings.xml";  // for the library alone
+
+std::vector<Example> CheckedExamples() {
+  std::vector<Example> examples = ExamplesOf(kDocument);
+  std::erase_if(examples, [](const Example& example) { return example.file == kSharedSettings; });
+  return examples;
+}
+
 class ConfigExamples : public ConfigCheckTest, public ::testing::WithParamInterface<Example> {};
 
 TEST_P(ConfigExamples, PassTheCheck) {
@@ -49,19 +61,34 @@ TEST_P(ConfigExamples, PassTheCheck) {
   EXPECT_EQ(0, answer.status);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfTheDocument, ConfigExamples,
-                         ::testing::ValuesIn(ExamplesOf("docs/configuration.md")),
+INSTANTIATE_TEST_SUITE_P(OfTheDocument, ConfigExamples, ::testing::ValuesIn(CheckedExamples()),
                          [](const ::testing::TestParamInfo<Example>& test) {
                            return "Line" + std::to_string(test.param.line);
                          });
 
 TEST(ConfigDocument, HasAnExampleOfEveryFile) {
   std::map<std::string, int> count;
-  for (const Example& example : ExamplesOf("docs/configuration.md")) ++count[example.file];
-  for (const char* const file : {"EDAFilter.xml", "ELAFilter.xml", "DaemonSettings.xml",
-                                 "WKMemorySettings.xml", "LDAPSettings.xml", "ManagerList.xml"}) {
+  for (const Example& example : ExamplesOf(kDocument)) ++count[example.file];
+  for (const char* const file :
+       {"EDAFilter.xml", "ELAFilter.xml", "DaemonSettings.xml", "WKMemorySettings.xml",
+        "LDAPSettings.xml", "ManagerList.xml", kSharedSettings}) {
     EXPECT_EQ(1, count[file]) << file;
   }
+}
+
+TEST(ConfigDocument, ItsManagingServerIsReadWithItsAddress) {
+  const AgentHome home;
+  for (const Example& example : ExamplesOf(kDocument)) {
+    home.Write("config/" + example.file, example.text);
+  }
+  WKManagerList managers;
+  EXPECT_EQ(0, managers.Read(Text("../config/SharedSettings.xml")));
+  WKShareFolderSetting& primary = *managers.GetPrimaryServer();
+  EXPECT_STREQ("manager1", primary.GetMachineName());
+  EXPECT_STREQ("192.0.2.1", primary.GetMachineIpAddress());
+  EXPECT_STREQ("CORP", primary.GetPrimaryDomain());
+  EXPECT_STREQ("auditor", primary.GetPrimaryUser());
+  EXPECT_STREQ("audit/incoming", primary.GetShareFolderPath());
 }
 
 class SampleHome : public ConfigCheckTest {

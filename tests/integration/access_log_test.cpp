@@ -251,9 +251,14 @@ class Clients {
   static constexpr int kThreads = 4;
   static constexpr int kRounds = 170;  // each of six operations
 
-  explicit Clients(std::function<LdapClient()> connect) : connect_(std::move(connect)) {
+  explicit Clients(const std::function<LdapClient()>& connect) {
+    std::vector<LdapClient> clients;
+    for (int number = 0; number < kThreads; ++number) clients.push_back(connect());
     for (int number = 0; number < kThreads; ++number) {
-      threads_.emplace_back([this, number] { Work(number); });
+      threads_.emplace_back(
+          [this, number, client = std::move(clients[static_cast<std::size_t>(number)])]() mutable {
+            Work(number, client);
+          });
     }
   }
   ~Clients() { Join(); }
@@ -270,8 +275,7 @@ class Clients {
   std::map<std::string, bool> expected;
 
  private:
-  void Work(int number) {
-    LdapClient client = connect_();
+  void Work(int number, LdapClient& client) {
     for (int round = number; round < kRounds; round += kThreads) {
       const std::string id = std::to_string(round);
       const std::string name = "cn=n" + id + ",ou=sales,o=acme";
@@ -312,7 +316,6 @@ class Clients {
     ++done_;
   }
 
-  const std::function<LdapClient()> connect_;
   std::mutex mutex_;
   std::atomic<int> done_ = 0;
   std::vector<std::thread> threads_;

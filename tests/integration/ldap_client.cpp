@@ -35,7 +35,11 @@ struct Change {
 }  // namespace
 
 LdapClient::LdapClient(std::string url, std::string user, std::string password)
-    : url_(std::move(url)), user_(std::move(user)), password_(std::move(password)) {}
+    : url_(std::move(url)), user_(std::move(user)), password_(std::move(password)) {
+  // libldap sets itself up at its first use, which must not happen in several threads at once.
+  int version = 0;
+  ldap_get_option(nullptr, LDAP_OPT_PROTOCOL_VERSION, &version);
+}
 
 int LdapClient::Bind(LDAP* ldap, const std::string& name, const std::string& password) {
   berval credentials = {password.size(), const_cast<char*>(password.c_str())};

@@ -29,9 +29,9 @@ class LdapClient {
   [[nodiscard]] int Connect();
   int Done(int code);
 
-  const std::string url_;
-  const std::string user_;
-  const std::string password_;
+  std::string url_;
+  std::string user_;
+  std::string password_;
   LdapPtr ldap_;
 };
 
