@@ -57,14 +57,39 @@ struct Bytes {
   return std::ferror(file.get()) == 0;
 }
 
-// "path:line: reason" for what the parser could not take.
-std::string DescribeError(const char* path, xmlParserCtxt* parser) {
-  const xmlError* const error = xmlCtxtGetLastError(parser);
-  if (error == nullptr || error->message == nullptr) return std::string(path) + ": not XML";
-  std::string text(error->message);
-  text.erase(std::min(text.find('\n'), text.size()));  // what follows the first line is a dump
-  text.erase(text.find_last_not_of(' ') + 1);
-  return std::string(path) + ":" + std::to_string(std::max(error->line, 1)) + ": " + text;
+// What the parser could not take first: what follows is often a consequence only.
+struct FirstError {
+  int line = 0;
+  std::string text;
+};
+
+void KeepFirstError(void* context, xmlError* error) {
+  auto& first = *static_cast<FirstError*>(static_cast<xmlParserCtxt*>(context)->_private);
+  if (error->level != XML_ERR_FATAL || error->message == nullptr || !first.text.empty()) return;
+  first.line = std::max(error->line, 1);
+  first.text = error->message;
+  first.text.erase(std::min(first.text.find('\n'), first.text.size()));  // behind it is a dump
+  first.text.erase(first.text.find_last_not_of(' ') + 1);
+}
+
+// "path:line: reason".
+std::string DescribeError(const char* path, const FirstError& error) {
+  if (error.text.empty()) return std::string(path) + ": not XML";
+  return std::string(path) + ":" + std::to_string(error.line) + ": " + error.text;
+}
+
+// Null, and `error` says why, where the bytes are no XML.
+wkagent::XmlDoc Parse(const Bytes& bytes, FirstError& error) {
+  const wkagent::XmlParser parser(xmlNewParserCtxt());
+  if (parser == nullptr) return nullptr;
+  // A new parser starts with the host's defaults, which may load external entities.
+  parser->options = 0;
+  // The parser's messages do not belong on the host's standard error; GetReadError has the first.
+  parser->sax->serror = KeepFirstError;
+  parser->_private = &error;
+  return wkagent::XmlDoc(xmlCtxtReadMemory(parser.get(), bytes.data.get(),
+                                           static_cast<int>(bytes.size), "xml", nullptr,
+                                           XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
 }
 
 // Removes one star at the front, then one at the back unless a single character is left.
@@ -114,15 +139,10 @@ int WKConfigFile::ReadFile(char* path) {
     state_->error = std::string(path) + ": " + std::strerror(errno);
     return 1;
   }
-  const wkagent::XmlParser parser(xmlNewParserCtxt());
-  // A new parser starts with the host's defaults, which may load external entities.
-  if (parser != nullptr) parser->options = 0;
-  // The parser's own messages do not belong on the host's standard error; GetReadError has them.
-  state_->document.reset(xmlCtxtReadMemory(parser.get(), bytes.data.get(),
-                                           static_cast<int>(bytes.size), "xml", nullptr,
-                                           XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+  FirstError error;
+  state_->document = Parse(bytes, error);
   if (state_->document == nullptr) {
-    state_->error = DescribeError(path, parser.get());
+    state_->error = DescribeError(path, error);
     return 1;
   }
   document = state_->document.get();

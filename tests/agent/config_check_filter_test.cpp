@@ -144,9 +144,10 @@ const BrokenFile kStructure[] = {
     {"Unclosed",
      "</Users>",
      "",
-     {":22: error: it is no well-formed XML: Premature end of data in tag Filters line 2, so "
-      "nothing of this file counts; close each element, and in a value write &amp; for & and &lt; "
-      "for <"}},
+     {":20: error: it is no well-formed XML: Opening and ending tag mismatch: Users line 7 and "
+      "Filter, so nothing of this file counts; close each element, and in a value write &amp; for "
+      "& "
+      "and &lt; for <"}},
     {"TwoHyphensInAComment",
      "<Users",
      "<!-- a -- b --><Users",

@@ -186,6 +186,11 @@ TEST_F(ConfigFileErrors, MalformedXmlFailsInSilence) {
   ExpectMalformed("<?xml version='1.0' encoding='no-such'?>\n<Settings/>", 1);
 }
 
+TEST_F(ConfigFileErrors, TheFirstErrorIsTold) {
+  ExpectMalformed("<Settings>\n<Users>\n</Settings>\n\n", 3);
+  ExpectMalformed("<Settings>\n&one;\n&two;\n</Settings>", 2);
+}
+
 TEST_F(ConfigFileErrors, AnErrorIsOneLine) {
   ExpectMalformed("<Settings>\n\xff</Settings>", 2);
   EXPECT_EQ(Error().find('\n'), std::string::npos);
