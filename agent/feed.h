@@ -15,8 +15,8 @@ class FeedSink {
   // One event. Its texts are UTF-8 that XML can carry, cut to their fields.
   virtual void OnEvent(tagWKEventData& event) = 0;
 
-  // An entry that cannot be understood, with the line that it fails at. `reason` holds no values of
-  // the input: they may be secret.
+  // An entry that cannot be understood, with the line that it fails at, 0 where there are no lines.
+  // `reason` holds no values of the input: they may be secret.
   virtual void OnMalformed(long line, std::string_view reason) = 0;
 
   // All events of an entry of an access log have been handed over; see LogPosition.

@@ -49,7 +49,8 @@ void Pipeline::OnEvent(tagWKEventData& event) {
 
 void Pipeline::OnMalformed(long line, std::string_view reason) {
   ++totals_.malformed;
-  Report(feedName_ + ":" + std::to_string(line) + ": " + std::string(reason) + "; skipped");
+  const std::string place = line > 0 ? ":" + std::to_string(line) : std::string();
+  Report(feedName_ + place + ": " + std::string(reason) + "; skipped");
 }
 
 void Pipeline::OnEntryRead(std::string_view csn, std::string_view id) {
