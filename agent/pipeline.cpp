@@ -49,8 +49,9 @@ void Pipeline::OnEvent(tagWKEventData& event) {
 
 void Pipeline::OnMalformed(long line, std::string_view reason) {
   ++totals_.malformed;
-  const std::string place = line > 0 ? ":" + std::to_string(line) : std::string();
-  Report(feedName_ + place + ": " + std::string(reason) + "; skipped");
+  std::string text = feedName_;
+  if (line > 0) text.append(1, ':').append(std::to_string(line));
+  Report(text.append(": ").append(reason).append("; skipped"));
 }
 
 void Pipeline::OnEntryRead(std::string_view csn, std::string_view id) {
