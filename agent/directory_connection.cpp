@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include <unistd.h>
+
 #include "core/bounded_copy.h"
 
 namespace wkagent {
@@ -19,11 +21,10 @@ bool Set(LDAP* ldap, int option, const Value& value) {
   return ldap_set_option(ldap, option, &value) == LDAP_OPT_SUCCESS;
 }
 
-[[nodiscard]] bool SetOptions(LDAP* ldap, const std::string& caFile) {
+[[nodiscard]] bool SetOptions(LDAP* ldap) {
   const timeval answer = {kSecondsToAnswer, 0};
   constexpr int kIdleSeconds = 60;
   constexpr int kProbes = 3;
-  const char* const certificates = caFile.empty() ? kSystemCertificates : caFile.c_str();
   return Set(ldap, LDAP_OPT_PROTOCOL_VERSION, int{LDAP_VERSION3}) &&
          Set(ldap, LDAP_OPT_NETWORK_TIMEOUT, answer) && Set(ldap, LDAP_OPT_TIMEOUT, answer) &&
          ldap_set_option(ldap, LDAP_OPT_REFERRALS, LDAP_OPT_OFF) == LDAP_OPT_SUCCESS &&
@@ -31,8 +32,15 @@ bool Set(LDAP* ldap, int option, const Value& value) {
          Set(ldap, LDAP_OPT_X_KEEPALIVE_IDLE, kIdleSeconds) &&
          Set(ldap, LDAP_OPT_X_KEEPALIVE_INTERVAL, kIdleSeconds) &&
          Set(ldap, LDAP_OPT_X_KEEPALIVE_PROBES, kProbes) &&
-         Set(ldap, LDAP_OPT_X_TLS_REQUIRE_CERT, int{LDAP_OPT_X_TLS_DEMAND}) &&
-         ldap_set_option(ldap, LDAP_OPT_X_TLS_CACERTFILE, certificates) == LDAP_OPT_SUCCESS &&
+         Set(ldap, LDAP_OPT_X_TLS_REQUIRE_CERT, int{LDAP_OPT_X_TLS_DEMAND});
+}
+
+// Where a machine has no certificates, only servers without TLS can be read: the first step of TLS
+// will fail.
+[[nodiscard]] bool SetCertificates(LDAP* ldap, const std::string& caFile) {
+  const char* const file = caFile.empty() ? kSystemCertificates : caFile.c_str();
+  if (caFile.empty() && access(file, F_OK) != 0) return true;
+  return ldap_set_option(ldap, LDAP_OPT_X_TLS_CACERTFILE, file) == LDAP_OPT_SUCCESS &&
          Set(ldap, LDAP_OPT_X_TLS_NEWCTX, int{0});
 }
 
@@ -97,9 +105,13 @@ LdapPtr ConnectDirectory(const tagLDAPConfig& config, const std::string& caFile,
     return nullptr;
   }
   LdapPtr ldap(handle);
-  if (!SetOptions(ldap.get(), caFile)) {
-    error = "TLS cannot be set up; are there certificates in " +
-            (caFile.empty() ? std::string(kSystemCertificates) : caFile) + "?";
+  if (!SetOptions(ldap.get())) {
+    error = "the options of the connection cannot be set";
+    return nullptr;
+  }
+  if (!SetCertificates(ldap.get(), caFile)) {
+    error =
+        (caFile.empty() ? kSystemCertificates : caFile) + ": no certificates can be read from it";
     return nullptr;
   }
   encrypted = config.SecureConnection;

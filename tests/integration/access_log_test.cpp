@@ -233,6 +233,12 @@ TEST_F(AccessLog, ACertificateThatNobodyVouchesForIsRefused) {
   EXPECT_THAT(Told(), Not(Contains(std::pair<const std::string, int>("21001 reader.acme 0", 1))));
 }
 
+TEST_F(AccessLog, AMissingFileOfCertificatesIsNamed) {
+  StartAgent({"--ca-file", home_.Path("config/none.pem")});
+  EXPECT_TRUE(WaitForMessage("none.pem: no certificates can be read from it"));
+  StopAgent();
+}
+
 TEST_F(AccessLogTest, Port636IsLdaps) {
   InPrivateNetwork([&] {
     StartServer();

@@ -17,12 +17,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <cstring>
 #include <functional>
 #include <iostream>
 #include <string>
 #include <system_error>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <net/if.h>
 #include <sched.h>
@@ -58,6 +60,22 @@ inline void Unmount(const std::string& path) {
   RequireMounted(umount(path.c_str()), "off " + path);
 }
 
+// Steps out of a chroot to the file system's root while `action` runs. Needs CAP_SYS_CHROOT.
+inline void OutsideChroot(const std::function<void()>& action) {
+  const Fd inside(open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+  // A working directory above the root is not held back by it.
+  bool out = chdir("/") == 0 && chroot("tmp") == 0;
+  constexpr int kDeepest = 64;
+  for (int i = 0; out && i < kDeepest; ++i) out = chdir("..") == 0;
+  if (!out || chroot(".") != 0) {
+    throw std::system_error(errno, std::generic_category(), "leaving a chroot");
+  }
+  action();
+  if (fchdir(inside.Get()) != 0 || chroot(".") != 0) {
+    throw std::system_error(errno, std::generic_category(), "entering a chroot");
+  }
+}
+
 // Leaves the mounts of all others. Needs CAP_SYS_ADMIN.
 inline void EnterPrivateRoot() {
   if (unshare(CLONE_NEWNS) != 0) {
@@ -65,7 +83,14 @@ inline void EnterPrivateRoot() {
                             "this test mounts file systems of its own, so it must run as root, "
                             "with CAP_SYS_ADMIN; unshare");
   }
-  RequireMounted(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "private /");
+  const std::filesystem::path folder = std::filesystem::current_path();
+  const auto makePrivate = [] {
+    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+  };
+  if (makePrivate() == 0) return;
+  // The root of a chroot is no mount of its own, so the one that it lies in must be changed.
+  OutsideChroot([&] { RequireMounted(makePrivate(), "private /"); });
+  std::filesystem::current_path(folder);
 }
 
 // Leaves the network of all others, for one with a loopback interface only. Needs CAP_SYS_ADMIN.
