@@ -87,7 +87,7 @@ std::string AccessLogSource::ReadSettings(tagLDAPConfig& config) const {
 
 std::string AccessLogSource::LogName() const { return "cn=accesslog on " + ServerName(config_); }
 
-void AccessLogSource::StartAt(LogPosition position) { position_ = std::move(position); }
+void AccessLogSource::StartAt(const LogPosition& position) { position_ = position; }
 
 void AccessLogSource::Attach(FeedSink& sink) { sink_ = &sink; }
 

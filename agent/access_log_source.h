@@ -26,7 +26,7 @@ class AccessLogSource : public Source {
 
   [[nodiscard]] ExitStatus Open() override;
   [[nodiscard]] std::string LogName() const override;
-  void StartAt(LogPosition position) override;
+  void StartAt(const LogPosition& position) override;
   void Attach(FeedSink& sink) override;
   [[nodiscard]] int WaitFd() const override;
   [[nodiscard]] State Work(bool ready) override;

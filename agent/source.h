@@ -32,7 +32,7 @@ class Source {
   [[nodiscard]] virtual std::string LogName() const { return {}; }
 
   // Goes on where an earlier process ended.
-  virtual void StartAt(LogPosition /*position*/) {}
+  virtual void StartAt(const LogPosition& /*position*/) {}
 
   // Who takes what is read.
   virtual void Attach(FeedSink& sink) = 0;

@@ -41,7 +41,7 @@ class InotifyEvents {
   }
 
  private:
-  alignas(inotify_event) char buffer_[32768];
+  alignas(inotify_event) char buffer_[32768] = {};
   ssize_t filled_ = 0;
 };
 

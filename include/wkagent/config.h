@@ -1,12 +1,22 @@
 #ifndef WKAGENT_CONFIG_H
 #define WKAGENT_CONFIG_H
 
-// Configuration files: the base of every reader of an XML settings file.
+// Configuration files: the base of every reader of an XML settings file, and the readers of the
+// agents' settings.
 //
 // WKConfigFile loads one XML document, hands out its root element, and returns attribute values and
 // element contents as texts that it owns. A derived reader walks the tree and fills its own
 // objects; WKEdaConfig in filter.h is one. The settings files lie in "../config", seen from the
 // agent's working directory, but the base takes any path as given.
+//
+// WKDaemonSettings reads the general settings, WKMemorySettings the sizes of pools and the delays
+// of threads, WKLdapConfig how to reach the directory server, and WKManagerList, with one
+// WKShareFolderSetting a server, where audit files are delivered. To all of them an element is told
+// by its exact name, at any depth; a later one overrides an earlier one, and a setting without
+// element keeps its value. A number is the decimal number at the front of the content, 0 where
+// there is none, of which the low 32 bits count; a flag is a number that is not 0. A text that does
+// not fit is cut. No reader asks whether a value makes sense: that is for "wkagentd
+// --check-config".
 //
 //   WKConfigFile file;
 //   if (file.ReadFile(path) != 0) puts(file.GetReadError());
@@ -73,10 +83,7 @@ class WKAGENT_EXPORT WKConfigFile : public WKLogStatus {
 };
 
 // WKDaemonSettings reads "../config/DaemonSettings.xml", the agent's general settings, and owns
-// them. One thread at a time may use an object.
-//
-// Elements are told by their exact names, at any depth; a later one overrides an earlier one, and a
-// setting without element keeps its value. Intervals are in units of the host's choice.
+// them. One thread at a time may use an object. Intervals are in units of the host's choice.
 class WKAGENT_EXPORT WKDaemonSettings : public WKConfigFile {
  public:
   // Poll interval 10, transfer interval 15, archive threshold 500, flags false, texts empty.
@@ -91,7 +98,8 @@ class WKAGENT_EXPORT WKDaemonSettings : public WKConfigFile {
   // element) is not 0. Deliberate: one whose `Enable` is 0 does not switch the alert off.
   void ReadDaemonTags(_xmlNode* node);
 
-  // Each answers for one setting. The text is valid until the next Read and until the object ends.
+  // Each answers for one setting, as last read. The text belongs to the object: it is never null,
+  // and valid until the next Read and until the object ends.
   int GetPollInterval();
   int GetTransferInterval();
   int GetArchiveThreshold();
@@ -108,15 +116,15 @@ class WKAGENT_EXPORT WKDaemonSettings : public WKConfigFile {
   // "Threshold" belong to the printout.
   void Print();
 
-  int pollInterval;
-  int transferInterval;
-  int archiveThreshold;
-  bool auditDaemonStart;
-  bool auditDaemonStop;
-  bool loggingEnabled;
-  bool persistentMount;
-  char workspaceGuid[128];
-  WKSMTPAlertObject alert;
+  int pollInterval;         // `PollInterval`
+  int transferInterval;     // `TxfrInterval`
+  int archiveThreshold;     // `ArmThreshold`: records an audit file
+  bool auditDaemonStart;    // `QRAServiceStart`
+  bool auditDaemonStop;     // `QRAServiceStop`
+  bool loggingEnabled;      // `Enable` of `Logging`
+  bool persistentMount;     // `PersistentMount`
+  char workspaceGuid[128];  // `WorkspaceGuid`
+  WKSMTPAlertObject alert;  // `From`, `To`, `CC`
 };
 
 // WKShareFolderSetting holds how to reach the shared folder of one managing server. It owns its
@@ -215,14 +223,15 @@ class WKAGENT_EXPORT WKManagerList : public WKConfigFile {
   std::unique_ptr<Entries> entries_;
 };
 
-// What WKLdapConfig reads. The caller owns it; texts that do not fit are cut.
+// What WKLdapConfig reads. The caller owns it, and wipes the password when it is no longer needed;
+// texts that do not fit are cut.
 struct tagLDAPConfig {
-  std::int64_t PortNumber;
-  char Server[255];
-  char UserName[255];
-  char Password[128];
-  char TreeName[255];
-  bool SecureConnection;
+  std::int64_t PortNumber;  // `LDAPPortNumber`
+  char Server[255];         // `LDAPServer`: name or address
+  char UserName[255];       // `LDAPUserName`: who binds
+  char Password[128];       // `LDAPPassword`, as it stands in the file
+  char TreeName[255];       // `LDAPeDirectoryTreeName`
+  bool SecureConnection;    // port 636 was read
 };
 
 // WKLdapConfig reads how to reach the directory server. It holds no settings itself; one thread at

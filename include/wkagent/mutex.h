@@ -41,7 +41,7 @@ class WKAGENT_THREAD_ANNOTATION(scoped_lockable) MutexLock {
  public:
   explicit MutexLock(Mutex& mutex) WKAGENT_THREAD_ANNOTATION(acquire_capability(mutex))
       : lock_(mutex) {}
-  ~MutexLock() WKAGENT_THREAD_ANNOTATION(release_capability()) {}
+  ~MutexLock() WKAGENT_THREAD_ANNOTATION(release_capability()) = default;
 
   MutexLock(const MutexLock&) = delete;
   MutexLock& operator=(const MutexLock&) = delete;

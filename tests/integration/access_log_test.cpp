@@ -306,14 +306,16 @@ class Clients {
   // whose answer was lost may have been done too.
   template <typename Operation>
   [[nodiscard]] static bool Retry(Operation operation) {
-    for (bool first = true;; first = false) {
-      const int code = operation();
-      if (code != LDAP_SERVER_DOWN && code != LDAP_UNAVAILABLE && code != LDAP_CONNECT_ERROR &&
-          code != LDAP_BUSY) {
-        return first && (code == LDAP_SUCCESS || code == LDAP_INVALID_CREDENTIALS);
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
+    bool first = true;
+    int code = LDAP_SUCCESS;
+    const bool answered = WaitUntil([&] {
+      code = operation();
+      const bool down = code == LDAP_SERVER_DOWN || code == LDAP_UNAVAILABLE ||
+                        code == LDAP_CONNECT_ERROR || code == LDAP_BUSY;
+      first = first && !down;
+      return !down;
+    });
+    return answered && first && (code == LDAP_SUCCESS || code == LDAP_INVALID_CREDENTIALS);
   }
 
   void Note(const std::string& record, bool certain) {
