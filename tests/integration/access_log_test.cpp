@@ -215,6 +215,28 @@ TEST_F(AccessLog, ThePositionOfAnotherServerIsSetAside) {
   EXPECT_TRUE(home_.Exists("tmp/accesslog.position.unused"));
 }
 
+TEST_F(AccessLog, AnAgentThatIsKilledLosesNothing) {
+  constexpr int kUnits = 300;
+  LdapClient client = Client();
+  StartAgent();
+  for (int i = 0; i < kUnits; ++i) {
+    const std::string name = "u" + std::to_string(i);
+    ASSERT_EQ(LDAP_SUCCESS,
+              client.Add("ou=" + name + ",o=acme", {{"objectClass", "organizationalUnit"}}));
+    if (i % 100 != 50) continue;
+    agent_->Signal(SIGKILL);
+    agent_->Wait();
+    StartAgent();
+  }
+  const std::string last = "Object1=\"u" + std::to_string(kUnits - 1) + ".acme\"";
+  ASSERT_TRUE(WaitForLive(last)) << agent_->Errors();
+  StopAgent();
+  const std::map<std::string, int> told = Told();
+  for (int i = 0; i < kUnits; ++i) {
+    EXPECT_TRUE(told.contains("20001 u" + std::to_string(i) + ".acme  ")) << i;
+  }
+}
+
 TEST_F(AccessLog, AnOfferedStartTlsIsTaken) {
   const std::string certificate = server_->OfferTls();
   server_->Modify(
