@@ -34,7 +34,6 @@ constexpr Advice kAdvice[] = {
      "the user of the settings needs an unlimited size of searches in cn=accesslog (olcLimits)"},
     {LDAP_TIMELIMIT_EXCEEDED,
      "the user of the settings needs an unlimited time of searches in cn=accesslog (olcLimits)"},
-    {LDAP_INVALID_CREDENTIALS, "see LDAPUserName and LDAPPassword of the settings"},
 };
 
 std::string AdviceFor(int code) {
@@ -47,8 +46,6 @@ bool IsLocal(const tagLDAPConfig& config) {
   const std::string_view host = BoundedView(config.Server);
   return host == "localhost" || host.starts_with("127.") || host == "::1";
 }
-
-void IgnoreMessage(int /*level*/, char* /*message*/, char* /*extra*/) {}
 
 }  // namespace
 
@@ -72,7 +69,7 @@ ExitStatus AccessLogSource::Open() {
 // Empty, or what is wrong with the settings.
 std::string AccessLogSource::ReadSettings(tagLDAPConfig& config) const {
   WKLdapConfig reader;
-  reader.InitializeLogMessage(IgnoreMessage);  // the reason is reported by the caller
+  reader.InitializeLogMessage(IgnoreLibraryMessage);  // the reason is reported by the caller
   if (reader.ReadFile(const_cast<char*>(settingsPath_.c_str()), config) != 0) {
     return reader.GetReadError();
   }
@@ -156,8 +153,9 @@ void AccessLogSource::TakeEntry(const AccessLogEntry& entry) {
 
 void AccessLogSource::EndSearch() {
   const int code = search_->Code();
-  fromStart_ = code == LDAP_SYNC_REFRESH_REQUIRED;
-  if (fromStart_) {
+  const bool stale = code == LDAP_SYNC_REFRESH_REQUIRED && !fromStart_;
+  fromStart_ = stale;
+  if (stale) {
     sink_->OnProblem(LogName() + ": the server no longer holds all that followed " +
                      position_.Base() + "; what it purged before it was read is lost");
     nextAttempt_ = Clock::now();

@@ -6,12 +6,12 @@
 
 #include <unistd.h>
 
+#include "agent/handshake_limit.h"
 #include "core/bounded_copy.h"
 
 namespace wkagent {
 namespace {
 
-constexpr int kSecondsToAnswer = 10;
 constexpr int kDefaultPort = 389;
 constexpr char kSystemCertificates[] = "/etc/ssl/certs/ca-certificates.crt";
 
@@ -25,7 +25,7 @@ bool Set(LDAP* ldap, int option, const Value& value) {
   const timeval answer = {kSecondsToAnswer, 0};
   constexpr int kIdleSeconds = 60;
   constexpr int kProbes = 3;
-  return Set(ldap, LDAP_OPT_PROTOCOL_VERSION, int{LDAP_VERSION3}) &&
+  return LimitHandshake(ldap) && Set(ldap, LDAP_OPT_PROTOCOL_VERSION, int{LDAP_VERSION3}) &&
          Set(ldap, LDAP_OPT_NETWORK_TIMEOUT, answer) && Set(ldap, LDAP_OPT_TIMEOUT, answer) &&
          ldap_set_option(ldap, LDAP_OPT_REFERRALS, LDAP_OPT_OFF) == LDAP_OPT_SUCCESS &&
          // A server that vanished without a word is noticed within four minutes.
@@ -127,6 +127,7 @@ LdapPtr ConnectDirectory(const tagLDAPConfig& config, const std::string& caFile,
     if (code != LDAP_SUCCESS) return fail("STARTTLS", code);
   }
   if (const int code = Bind(ldap.get(), config); code != LDAP_SUCCESS) return fail("binding", code);
+  LiftHandshakeLimit(ldap.get());
   return ldap;
 }
 

@@ -5,12 +5,12 @@
 
 #include <unistd.h>
 
+#include "agent/report.h"
+
 namespace wkagent {
 namespace {
 
 char statusFile[] = "../tmp/wkagentd.status";
-
-void IgnoreMessage(int /*level*/, char* /*message*/, char* /*extra*/) {}
 
 }  // namespace
 
@@ -28,7 +28,7 @@ void OperatorRecord::Write(std::string_view what, const char* marker) {
   status_.WriteMessage(&line);
   if (access("../outbox/.", W_OK) != 0) return;  // the audit files report that
   WKStatusFile file(const_cast<char*>(marker));
-  file.InitializeLogMessage(IgnoreMessage);
+  file.InitializeLogMessage(IgnoreLibraryMessage);
   file.CreateFile();
 }
 

@@ -32,7 +32,8 @@ constexpr char kFooter[] =
     "not, as FILE:LINE: error: (or warning:) what is wrong, and what to write instead. Status 0\n"
     "without errors, else 78.\n"
     "\n"
-    "Signals: SIGTERM and SIGINT stop, SIGHUP reads the filters again, SIGUSR1 prints totals.\n"
+    "Signals: SIGTERM and SIGINT stop, SIGHUP reads filters and settings again, SIGUSR1 prints "
+    "totals.\n"
     "\n"
     "Exit status: 0 done, 64 wrong usage, 66 input missing, 70 internal error,\n"
     "73 output cannot be written, 78 bad configuration.";

@@ -53,8 +53,8 @@ ExitStatus Reader::Run() {
   bool busy = true;
   while (!worker_.Failed()) {
     const int waitFd = source_.WaitFd();
-    const int wait =
-        std::min({settings_.lookMilliseconds, settings_.quietMilliseconds, kLongestWait});
+    const int quiet = told_ ? kLongestWait : settings_.quietMilliseconds;
+    const int wait = std::min({settings_.lookMilliseconds, quiet, kLongestWait});
     const bool ready = signals_.Poll(waitFd, busy ? 0 : wait);
     ObeySignals();
     if (signals_.StopWanted()) return kDone;

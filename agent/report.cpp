@@ -27,6 +27,8 @@ void ReportLibraryMessage(int /*level*/, char* message, char* /*extra*/) {
   Report(text);
 }
 
+void IgnoreLibraryMessage(int /*level*/, char* /*message*/, char* /*extra*/) {}
+
 void ReportProgress(std::string_view text) {
   const MutexLock lock(mutex);
   if (text.empty() && !progressShown) return;

@@ -12,6 +12,9 @@ void Report(std::string_view text);
 // The same for the library's messages: a callback for WKLogStatus::InitializeLogMessage.
 void ReportLibraryMessage(int level, char* message, char* extra);
 
+// The same for messages that would only repeat what the agent reports itself.
+void IgnoreLibraryMessage(int level, char* message, char* extra);
+
 // Shows how far the work is, on a terminal: the text is overwritten by the next one and by the next
 // line; an empty text only erases.
 void ReportProgress(std::string_view text);

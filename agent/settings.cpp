@@ -6,6 +6,8 @@
 
 #include <wkagent/config.h>
 
+#include "agent/report.h"
+
 namespace wkagent {
 namespace {
 
@@ -13,14 +15,12 @@ constexpr int kMostBlocks = 1'000'000;
 constexpr int kLongestDelay = 60'000;     // milliseconds
 constexpr int kLongestInterval = 86'400;  // seconds
 
-void IgnoreMessage(int /*level*/, char* /*message*/, char* /*extra*/) {}
-
 // Reads one file; empty, also where it does not exist, or what is wrong.
 template <typename Reader>
 std::string ReadOptional(Reader& reader, const char* name) {
   struct stat status {};
   if (stat((std::string("../config/") + name).c_str(), &status) != 0) return {};
-  reader.InitializeLogMessage(IgnoreMessage);  // the reason is reported by the caller
+  reader.InitializeLogMessage(IgnoreLibraryMessage);  // the reason is reported by the caller
   return reader.Read() == 0 ? std::string() : std::string(reader.GetReadError());
 }
 

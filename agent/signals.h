@@ -6,8 +6,8 @@
 namespace wkagent {
 
 // The signals that the agent obeys, read from a descriptor instead of handled at any moment:
-// SIGTERM and SIGINT stop it, SIGHUP reads the filters again, SIGUSR1 prints the totals. SIGPIPE is
-// ignored. One object a process, made before any thread.
+// SIGTERM and SIGINT stop it, SIGHUP reads filters and settings again, SIGUSR1 prints the totals.
+// SIGPIPE is ignored. One object a process, made before any thread.
 class Signals {
  public:
   Signals();

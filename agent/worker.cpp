@@ -60,7 +60,7 @@ void Worker::Run() {
     queue_.Pop(item);
     if (thrown_) continue;
     try {
-      if (!Take(item)) return;
+      Take(item);
       if (pipeline_.Failed()) failed_ = true;
     } catch (...) {
       // The reader is told by `failed_`; until it stops the thread, nothing may block it.
@@ -70,8 +70,7 @@ void Worker::Run() {
   } while (item.kind != QueueItem::Kind::kStop);
 }
 
-// False when the thread is to end.
-bool Worker::Take(QueueItem& item) {
+void Worker::Take(QueueItem& item) {
   switch (item.kind) {
     case QueueItem::Kind::kEvent:
       pipeline_.OnEvent(item.event);
@@ -101,9 +100,8 @@ bool Worker::Take(QueueItem& item) {
       ShowProgress(pipeline_);
       break;
     case QueueItem::Kind::kStop:
-      return false;
+      break;
   }
-  return true;
 }
 
 }  // namespace wkagent

@@ -31,7 +31,7 @@ class Worker {
 
  private:
   void Run();
-  [[nodiscard]] bool Take(QueueItem& item);
+  void Take(QueueItem& item);
   void Join();
 
   EventQueue& queue_;

@@ -10,6 +10,11 @@
 #include <optional>
 #include <thread>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include "core/handles.h"
 #include "integration/agent_test.h"
 #include "integration/ldap_client.h"
 #include "integration/slapd.h"
@@ -271,6 +276,33 @@ TEST_F(AccessLogTest, Port636IsLdaps) {
     FollowOneChange({"--ca-file", certificate});
     EXPECT_EQ("", messages_);
   });
+}
+
+TEST_F(AccessLogTest, AServerThatNeverAnswersTheHandshakeIsGivenUp) {
+  InPrivateNetwork([&] {
+    const Fd listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(636);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(0, bind(listener.Get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)));
+    ASSERT_EQ(0, listen(listener.Get(), 5));
+    WriteSettings("any", 636);
+    StartAgent();
+    EXPECT_TRUE(WaitForMessage("trying again in 1 s"));
+    StopAgent();
+  });
+}
+
+TEST_F(AccessLog, WhatTheServerHasPurgedIsReportedAndTheRestIsRead) {
+  home_.Write("tmp/accesslog.position", "wkagent log position 1\ncn=accesslog on 127.0.0.1:" +
+                                            std::to_string(server_->Port()) +
+                                            "\n20200101000000.000000Z#000000#000#000000\n");
+  server_->Add("dn: ou=it,o=acme\nobjectClass: organizationalUnit\nou: it\n");
+  StartAgent();
+  EXPECT_TRUE(WaitForLive("Object1=\"it.acme\"")) << agent_->Errors();
+  StopAgent();
+  EXPECT_THAT(messages_, HasSubstr("the server no longer holds all that followed 20200101"));
 }
 
 // Clients that work on the server whatever happens to it, and what came of each operation.
