@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "agent/audit_stream.h"
+#include "agent/config_watch.h"
 #include "agent/event_queue.h"
 #include "agent/home_path.h"
 #include "agent/pipeline.h"
@@ -77,6 +79,8 @@ ExitStatus RunAgent(const Options& options) {
   Fd lock;
   if (const ExitStatus status = EnterHome(home, lock); status != kDone) return status;
 
+  ConfigWatch watch({DirectoryEvents::kFilterFile, LoginEvents::kFilterFile, kDaemonSettingsFile,
+                     kMemorySettingsFile, ConfigWatch::NameInHome(source->SettingsPath())});
   Settings settings;
   if (const std::string error = ReadSettings(settings); !error.empty()) {
     Report(InHome(home, error));
@@ -95,7 +99,7 @@ ExitStatus RunAgent(const Options& options) {
   QueueSink sink(queue);
   source->Attach(sink);
   Worker worker(queue, pipeline);
-  Reader reader(home, settings, *source, signals, sink, worker);
+  Reader reader(home, settings, *source, signals, sink, worker, watch);
   const ExitStatus worked = reader.Run();
   worker.Stop();
   const ExitStatus finished = pipeline.Finish();

@@ -1,5 +1,6 @@
 #include "agent/config_watch.h"
 
+#include <filesystem>
 #include <utility>
 
 #include "agent/report.h"
@@ -25,6 +26,13 @@ ConfigWatch::ConfigWatch(const std::vector<std::string>& names) : next_(steady_c
     const Mark mark = MarkOf(name);
     files_.push_back({.name = name, .known = mark, .seen = mark});
   }
+}
+
+std::string ConfigWatch::NameInHome(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path file(path);
+  const bool inside = std::filesystem::equivalent(file.parent_path(), configFolder, error);
+  return inside && !error ? file.filename().string() : std::string();
 }
 
 std::vector<std::string> ConfigWatch::TakeChanges() {

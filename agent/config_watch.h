@@ -16,7 +16,10 @@ namespace wkagent {
 // which are looked at from time to time. It belongs to one thread.
 class ConfigWatch {
  public:
-  // Empty names are ignored.
+  // The name of a file of that folder; empty for any other path.
+  [[nodiscard]] static std::string NameInHome(const std::string& path);
+
+  // Empty names are ignored. Changes count from now on, so it is made before the files are read.
   explicit ConfigWatch(const std::vector<std::string>& names);
 
   // The names of the files that have changed since the last call. Cheap: it looks a few times a

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <ctime>
-#include <filesystem>
 #include <utility>
 
 #include <unistd.h>
@@ -18,14 +17,6 @@ constexpr std::chrono::milliseconds kProgressInterval(500);
 constexpr std::chrono::seconds kLongestBusyTime(1);
 constexpr int kLongestWait = 250;  // milliseconds: changed files and the clock are looked at
 
-// The name of a file of the home's config folder; empty for any other path.
-std::string NameInConfig(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path file(path);
-  const bool inside = std::filesystem::equivalent(file.parent_path(), "../config", error);
-  return inside && !error ? file.filename().string() : std::string();
-}
-
 bool IsFilterFile(const std::string& name) {
   return name == DirectoryEvents::kFilterFile || name == LoginEvents::kFilterFile;
 }
@@ -33,16 +24,15 @@ bool IsFilterFile(const std::string& name) {
 }  // namespace
 
 Reader::Reader(std::string home, const Settings& settings, Source& source, Signals& signals,
-               QueueSink& queue, const Worker& worker)
+               QueueSink& queue, const Worker& worker, ConfigWatch& watch)
     : home_(std::move(home)),
       settings_(settings),
       source_(source),
-      sourceSettings_(NameInConfig(source.SettingsPath())),
+      sourceSettings_(ConfigWatch::NameInHome(source.SettingsPath())),
       signals_(signals),
       queue_(queue),
       worker_(worker),
-      watch_({DirectoryEvents::kFilterFile, LoginEvents::kFilterFile, kDaemonSettingsFile,
-              kMemorySettingsFile, sourceSettings_}),
+      watch_(watch),
       day_(std::time(nullptr)),
       watched_(isatty(STDERR_FILENO) != 0),
       lastProgress_(Clock::now()),

@@ -21,7 +21,7 @@ class Reader {
  public:
   // `home` is for messages. The others must live longer than this.
   Reader(std::string home, const Settings& settings, Source& source, Signals& signals,
-         QueueSink& queue, const Worker& worker);
+         QueueSink& queue, const Worker& worker, ConfigWatch& watch);
 
   // Returns when the source ends or fails, the worker fails, or a signal stops the agent.
   [[nodiscard]] ExitStatus Run();
@@ -42,7 +42,7 @@ class Reader {
   Signals& signals_;
   QueueSink& queue_;
   const Worker& worker_;
-  ConfigWatch watch_;
+  ConfigWatch& watch_;
   LocalDay day_;
   const bool watched_;  // a person watches
   Clock::time_point lastProgress_;

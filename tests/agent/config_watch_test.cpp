@@ -88,5 +88,13 @@ TEST_F(ConfigWatchTest, AFileThatComesBackHasChanged) {
   EXPECT_THAT(Next(watch), ElementsAre("a.xml"));
 }
 
+TEST_F(ConfigWatchTest, OnlyPathsIntoTheFolderHaveANameInTheHome) {
+  EXPECT_EQ("a.xml", ConfigWatch::NameInHome(home_.Path("config/a.xml")));
+  EXPECT_EQ("none.xml", ConfigWatch::NameInHome(home_.Path("bin/../config/none.xml")));
+  EXPECT_EQ("", ConfigWatch::NameInHome(home_.Path("tmp/a.xml")));
+  EXPECT_EQ("", ConfigWatch::NameInHome("/nowhere/a.xml"));
+  EXPECT_EQ("", ConfigWatch::NameInHome(""));
+}
+
 }  // namespace
 }  // namespace wkagent::test
