@@ -30,6 +30,7 @@ class Fd {
 
   [[nodiscard]] int Get() const { return fd_; }
   [[nodiscard]] bool IsOpen() const { return fd_ >= 0; }
+  [[nodiscard]] int Release() { return std::exchange(fd_, -1); }
   void Reset(int fd = -1) {
     if (fd_ >= 0) ::close(fd_);
     fd_ = fd;

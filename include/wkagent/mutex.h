@@ -33,6 +33,9 @@ class WKAGENT_THREAD_ANNOTATION(capability("mutex")) Mutex : public std::mutex {
  public:
   void lock() WKAGENT_THREAD_ANNOTATION(acquire_capability()) { std::mutex::lock(); }
   void unlock() WKAGENT_THREAD_ANNOTATION(release_capability()) { std::mutex::unlock(); }
+
+  // Tells the analysis that this thread holds the lock, where it cannot see it.
+  void AssertHeld() WKAGENT_THREAD_ANNOTATION(assert_capability(this)) {}
 };
 
 // Holds a Mutex from its construction to its end. Native() is for waiting on a condition variable;

@@ -12,6 +12,7 @@
 #include <wkagent/monitor.h>
 #include <wkagent/mutex.h>
 #include <wkagent/output.h>
+#include <wkagent/syslog.h>
 
 #include "support/agent_home.h"
 #include "support/text.h"
@@ -47,6 +48,10 @@ void Locks() {
 
 void Output(char* liveFile, tagWKEventData event) {
 #include "examples/output.h.inc"
+}
+
+void Syslog(const std::string& line) {
+#include "examples/syslog.h.inc"
 }
 
 }  // namespace
@@ -111,6 +116,13 @@ TEST_F(HeaderExamples, OutputWritesARecord) {
   EXPECT_EQ(Printed([&] { Output(Text("../tmp/live.xml"), event); }), "");
   EXPECT_THAT(home_.Read("tmp/live.xml"), HasSubstr("<EDADataRecord "));
   EXPECT_THAT(home_.Read("tmp/live.xml"), HasSubstr("\"bob.acme\""));
+}
+
+// By the default settings: one datagram to this machine.
+TEST_F(HeaderExamples, SyslogPrintsTheSettingsAndTheNumberOfLinesSent) {
+  EXPECT_THAT(Printed([] { Syslog("a line"); }),
+              testing::AllOf(testing::StartsWith("Syslog Config Settings:\nserverHost: "),
+                             testing::EndsWith("\n1\n")));
 }
 
 }  // namespace

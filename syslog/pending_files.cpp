@@ -1,0 +1,62 @@
+#include "syslog/pending_files.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/handles.h"
+
+namespace wkagent {
+namespace {
+
+struct DirectoryCloser {
+  void operator()(DIR* directory) const { ::closedir(directory); }
+};
+
+}  // namespace
+
+bool ListPendingFiles(const char* directory, std::vector<std::string>& paths) {
+  const std::unique_ptr<DIR, DirectoryCloser> entries(::opendir(directory));
+  if (entries == nullptr) return false;
+  while (const dirent* const entry = ::readdir(entries.get())) {
+    const std::string name = entry->d_name;
+    if (name.starts_with(kBatchFilePrefix)) paths.push_back(std::string(directory) + '/' + name);
+  }
+  std::sort(paths.begin(), paths.end());
+  return true;
+}
+
+bool LockBatchFile(int file) {
+  // A file system without locks is no reason not to store or send.
+  if (::flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return false;
+  struct stat status {};
+  return ::fstat(file, &status) == 0 && status.st_nlink > 0;
+}
+
+PendingFile::PendingFile(const std::string& path) : path_(path) {
+  // A pipe that somebody put there must not hold the pass up.
+  Fd file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (!file.IsOpen()) {
+    busy_ = errno == ENOENT;
+    return;
+  }
+  struct stat status {};
+  if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+  busy_ = !LockBatchFile(file.Get());
+  if (busy_) return;
+  buffer_ = std::make_unique<__gnu_cxx::stdio_filebuf<char>>(file.Release(), std::ios::in);
+  stream_.rdbuf(buffer_.get());
+}
+
+bool PendingFile::ReadLine(std::string& line) {
+  return static_cast<bool>(std::getline(stream_, line));
+}
+
+bool PendingFile::Remove() { return ::unlink(path_.c_str()) == 0; }
+
+}  // namespace wkagent

@@ -1,0 +1,43 @@
+#ifndef WKAGENT_SYSLOG_SENDER_STATE_H
+#define WKAGENT_SYSLOG_SENDER_STATE_H
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <vector>
+
+#include <wkagent/syslog.h>
+
+#include "syslog/blocking_calls.h"
+
+// What a sender owns beside its listed members.
+class WKSyslogSender::State {
+ public:
+  using Clock = std::chrono::system_clock;
+
+  void CountSent(std::size_t lines) {
+    sent += lines;
+    lastSuccess = Clock::now().time_since_epoch().count();
+  }
+
+  wkagent::BlockingCalls calls;
+  std::atomic<bool> safe = false;
+
+  // Connections that left the pool while somebody held them. Guarded by the sender's poolMutex.
+  std::vector<Connection*> retired;
+
+  // Guarded by the sender's queueMutex.
+  std::condition_variable workerChanged;  // one of the two below, or the queue is empty
+  bool batchInHand = false;
+  bool workerRuns = false;
+
+  std::atomic<std::uint64_t> queued = 0;
+  std::atomic<std::uint64_t> sent = 0;
+  std::atomic<std::uint64_t> stored = 0;
+  std::atomic<std::uint64_t> dropped = 0;
+  std::atomic<std::uint64_t> connectionsOpened = 0;
+  std::atomic<Clock::rep> lastSuccess = 0;
+};
+
+#endif  // WKAGENT_SYSLOG_SENDER_STATE_H
