@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <fcntl.h>
@@ -13,6 +14,7 @@
 #include <unistd.h>
 
 #include "agent/audit_stream.h"
+#include "agent/check/syslog_check.h"
 #include "agent/config_watch.h"
 #include "agent/event_queue.h"
 #include "agent/home_path.h"
@@ -69,6 +71,19 @@ LogPosition LoadPosition(const std::string& home, const std::string& log) {
   return position;
 }
 
+// Begins to forward to the remote syslog. Settings that are missing leave the library's defaults,
+// which it reports; wrong ones must not send audit lines to the wrong place.
+ExitStatus StartSyslog(std::optional<SyslogForwarder>& syslog) {
+  if (access(kSyslogSettingsPath, F_OK) == 0) {
+    CheckReport report(kSyslogSettingsPath);
+    CheckSyslogSettings(report);
+    report.PrintFindings();
+    if (report.Errors() > 0) return kBadConfiguration;
+  }
+  syslog.emplace();
+  return kDone;
+}
+
 }  // namespace
 
 ExitStatus RunAgent(const Options& options) {
@@ -86,8 +101,13 @@ ExitStatus RunAgent(const Options& options) {
     Report(InHome(home, error));
     return kBadConfiguration;
   }
+  std::optional<SyslogForwarder> syslog;
+  if (options.syslog) {
+    if (const ExitStatus status = StartSyslog(syslog); status != kDone) return status;
+  }
   Pipeline pipeline(home, options.feedPath == "-" ? "standard input" : options.feedPath);
   pipeline.Apply(settings);
+  if (syslog) pipeline.ForwardTo(*syslog);
   if (const ExitStatus status = pipeline.Start(); status != kDone) return status;
   if (const std::string log = source->LogName(); !log.empty()) {
     const LogPosition position = LoadPosition(home, log);

@@ -2,6 +2,7 @@
 
 #include "agent/agent.h"
 #include "agent/check/config_check.h"
+#include "agent/check/syslog_check.h"
 #include "agent/exit_status.h"
 #include "agent/options.h"
 #include "agent/report.h"
@@ -13,7 +14,8 @@ int main(int argc, char** argv) {
     if (status >= 0) return status;
     if (!options.checkConfig) return wkagent::RunAgent(options);
     const bool ldap = options.feedKind == wkagent::FeedKind::kAccesslog;
-    return wkagent::CheckConfig(options.home, ldap ? options.feedPath : std::string());
+    return wkagent::CheckConfig(options.home, ldap ? options.feedPath : "",
+                                options.syslog ? wkagent::kSyslogSettingsPath : "");
   } catch (const std::exception& error) {
     wkagent::Report(error.what());
     return wkagent::kInternalError;

@@ -30,10 +30,10 @@ constexpr char kFooter[] =
     "\n"
     "--check-config prints what was understood on standard output, and on standard error what was\n"
     "not, as FILE:LINE: error: (or warning:) what is wrong, and what to write instead. Status 0\n"
-    "without errors, else 78.\n"
+    "without errors, else 78. With --syslog the settings of the collector are checked too.\n"
     "\n"
     "Signals: SIGTERM and SIGINT stop, SIGHUP reads filters and settings again, SIGUSR1 prints "
-    "totals.\n"
+    "totals.\nThe collector's settings are read at the start only.\n"
     "\n"
     "Exit status: 0 done, 64 wrong usage, 66 input missing, 70 internal error,\n"
     "73 output cannot be written, 78 bad configuration.";
@@ -81,6 +81,9 @@ int ReadOptions(int argc, char** argv, Options& options) {
       ->type_name("FILE");
   app.add_flag("--follow", options.follow,
                "Keep reading as the file grows, also after it was rotated");
+  app.add_flag(
+      "--syslog", options.syslog,
+      "Forward each kept event to the collector of /opt/mossgrove/config/syslog_config.xml");
   app.add_flag("--check-config", options.checkConfig,
                "Check the files of the home's config folder, and do nothing else");
   try {

@@ -14,6 +14,7 @@ struct Options {
   std::string feedPath;  // "-" is standard input; else absolute
   std::string caFile;    // absolute; empty for the system's certificates
   bool follow = false;
+  bool syslog = false;
   bool checkConfig = false;  // then there may be no feed
 };
 

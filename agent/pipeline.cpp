@@ -44,6 +44,7 @@ void Pipeline::OnEvent(tagWKEventData& event) {
       login ? logins_.Take(event, totals_.alerts) : directory_.Take(event, totals_.alerts);
   if (Failed()) return record_.Error("wkagentd: an audit file cannot be written");
   ++(kept ? totals_.kept : totals_.dropped);
+  if (kept && syslog_ != nullptr) syslog_->Forward(event, login);
   ++totals_.read;
 }
 
@@ -95,6 +96,7 @@ void Pipeline::Idle() {
 }
 
 ExitStatus Pipeline::Finish() {
+  if (syslog_ != nullptr) syslog_->Finish();
   const ExitStatus directory = directory_.Finish();
   const ExitStatus logins = logins_.Finish();
   if (directory != kDone || logins != kDone) {
@@ -123,6 +125,11 @@ void Pipeline::SavePosition() {
 Totals Pipeline::GetTotals() {
   totals_.archived = directory_.ArchivedCount() + logins_.ArchivedCount();
   return totals_;
+}
+
+std::string Pipeline::Summary() {
+  const std::string totals = Describe(GetTotals());
+  return syslog_ == nullptr ? totals : totals + '\n' + syslog_->Describe();
 }
 
 }  // namespace wkagent

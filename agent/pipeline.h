@@ -12,6 +12,7 @@
 #include "agent/log_position.h"
 #include "agent/operator_record.h"
 #include "agent/settings.h"
+#include "agent/syslog_forwarder.h"
 
 namespace wkagent {
 
@@ -44,6 +45,9 @@ class Pipeline : public FeedSink {
   void OnEntryRead(std::string_view csn, std::string_view id) override;
   void OnProblem(std::string_view what) override;
 
+  // Forwards the kept events as well, from now on.
+  void ForwardTo(SyslogForwarder& syslog) { syslog_ = &syslog; }
+
   // Takes new settings over.
   void Apply(const Settings& settings);
 
@@ -67,6 +71,9 @@ class Pipeline : public FeedSink {
 
   [[nodiscard]] Totals GetTotals();
 
+  // The totals and what has been forwarded, a line each.
+  [[nodiscard]] std::string Summary();
+
  private:
   void SavePosition();
 
@@ -76,6 +83,7 @@ class Pipeline : public FeedSink {
   AuditStream<DirectoryEvents> directory_;
   AuditStream<LoginEvents> logins_;
   Totals totals_;
+  SyslogForwarder* syslog_ = nullptr;
   std::chrono::steady_clock::time_point lastRetry_;
   std::chrono::seconds retryInterval_;
   std::string log_;  // whose position is kept; empty where none is

@@ -29,7 +29,7 @@ void TakeEntryRead(Pipeline& pipeline, std::string_view text) {
 
 void PrintTotals(Pipeline& pipeline) {
   ReportProgress({});
-  std::puts(Describe(pipeline.GetTotals()).c_str());
+  std::puts(pipeline.Summary().c_str());
   std::fflush(stdout);
 }
 

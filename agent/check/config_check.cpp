@@ -15,28 +15,33 @@
 #include "agent/check/filter_check.h"
 #include "agent/check/name_distance.h"
 #include "agent/check/settings_check.h"
+#include "agent/check/syslog_check.h"
 
 namespace wkagent {
 namespace {
 
 struct CheckedFile {
-  const DocumentRules& rules;
+  const DocumentRules* rules = nullptr;  // null for a file from outside the folder
   void (*check)(CheckReport&) = nullptr;
   const char* whenMissing = nullptr;  // a note; null: nothing to say
   bool required = false;
 };
 
 const CheckedFile kFiles[] = {
-    {kEdaFilterRules, CheckEdaFilter,
+    {&kEdaFilterRules, CheckEdaFilter,
      "there is no such file, and the agent does not start without it; write one, or copy that of "
      "the sample home",
      true},
-    {kElaFilterRules, CheckElaFilter, "not there, so logins and logouts are dropped"},
-    {kDaemonSettingsRules, CheckDaemonSettings, "not there, so the defaults are in force"},
-    {kMemorySettingsRules, CheckMemorySettings, "not there, so the defaults are in force"},
-    {kLdapSettingsRules, CheckLdapSettings, nullptr},
-    {kManagerListRules, CheckManagerList, nullptr},
+    {&kElaFilterRules, CheckElaFilter, "not there, so logins and logouts are dropped"},
+    {&kDaemonSettingsRules, CheckDaemonSettings, "not there, so the defaults are in force"},
+    {&kMemorySettingsRules, CheckMemorySettings, "not there, so the defaults are in force"},
+    {&kLdapSettingsRules, CheckLdapSettings, nullptr},
+    {&kManagerListRules, CheckManagerList, nullptr},
 };
+
+const CheckedFile kSyslogFile = {
+    nullptr, CheckSyslogSettings,
+    "not there, so lines are sent to this machine, port 514, over UDP"};
 
 struct CheckTotals {
   int files = 0;
@@ -72,7 +77,7 @@ void CheckFile(const std::string& path, const CheckedFile& file, CheckTotals& to
 // The files of the folder that look like misspelled ones.
 void CheckFileNames(const std::string& folder, CheckTotals& totals) {
   std::vector<std::string_view> known;
-  for (const CheckedFile& file : kFiles) known.emplace_back(file.rules.file);
+  for (const CheckedFile& file : kFiles) known.emplace_back(file.rules->file);
   std::vector<std::string> names;
   std::error_code error;
   for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
@@ -94,7 +99,8 @@ void CheckFileNames(const std::string& folder, CheckTotals& totals) {
 
 }  // namespace
 
-ExitStatus CheckConfig(const std::string& home, const std::string& ldapSettings) {
+ExitStatus CheckConfig(const std::string& home, const std::string& ldapSettings,
+                       const std::string& syslogSettings) {
   std::string folder = home;
   while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
   folder += "/config";
@@ -102,8 +108,8 @@ ExitStatus CheckConfig(const std::string& home, const std::string& ldapSettings)
   struct stat status {};
   if (stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
     for (const CheckedFile& file : kFiles) {
-      const bool elsewhere = &file.rules == &kLdapSettingsRules && !ldapSettings.empty();
-      CheckFile(elsewhere ? ldapSettings : folder + "/" + file.rules.file, file, totals);
+      const bool elsewhere = file.rules == &kLdapSettingsRules && !ldapSettings.empty();
+      CheckFile(elsewhere ? ldapSettings : folder + "/" + file.rules->file, file, totals);
     }
     CheckFileNames(folder, totals);
   } else {
@@ -111,6 +117,7 @@ ExitStatus CheckConfig(const std::string& home, const std::string& ldapSettings)
     report.Error(0, "there is no such folder; a home holds bin, config, outbox and tmp");
     totals.Add(report);
   }
+  if (!syslogSettings.empty()) CheckFile(syslogSettings, kSyslogFile, totals);
   std::printf("wkagentd: %d files checked, %ld errors, %ld warnings\n", totals.files, totals.errors,
               totals.warnings);
   std::fflush(stdout);

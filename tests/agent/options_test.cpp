@@ -147,5 +147,12 @@ TEST(Options, TheVersionIsAnAnswer) {
   EXPECT_EQ("", answer.err);
 }
 
+TEST(Options, SyslogIsOffUnlessAskedFor) {
+  EXPECT_FALSE(Read({"--home", "/", "--feed", "jsonl:-"}).options.syslog);
+  const Answer answer = Read({"--home", "/", "--feed", "jsonl:-", "--syslog"});
+  EXPECT_EQ(kRun, answer.status);
+  EXPECT_TRUE(answer.options.syslog);
+}
+
 }  // namespace
 }  // namespace wkagent::test
