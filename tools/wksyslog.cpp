@@ -87,6 +87,7 @@ int main(int argc, char** argv) {
       ->type_name("SECONDS")
       ->check(CLI::Range(0, 86400))
       ->capture_default_str();
+  std::ios::sync_with_stdio(false);  // which would read byte by byte
   try {
     app.parse(argc, argv);
     return Run(std::chrono::seconds(timeout));

@@ -60,6 +60,10 @@ std::string Content(const Fd& file) {
   _exit(127);
 }
 
+double Seconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
 }  // namespace
 
 Process::Process(const std::vector<std::string>& command, Input input, const std::string& folder)
@@ -121,6 +125,7 @@ bool Process::HasEnded() {
   ended_ = true;
   status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   peakMemory_ = usage.ru_maxrss;
+  cpuSeconds_ = Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
   return true;
 }
 

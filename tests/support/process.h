@@ -42,8 +42,10 @@ class Process {
   [[nodiscard]] std::string Output() const;
   [[nodiscard]] std::string Errors() const;
 
-  // The most memory, in KiB, that the program had resident; once it has ended.
+  // The most memory, in KiB, that the program had resident, and the seconds of processor time that
+  // it took; once it has ended.
   [[nodiscard]] long PeakMemory() const { return peakMemory_; }
+  [[nodiscard]] double CpuSeconds() const { return cpuSeconds_; }
 
  private:
   pid_t id_ = -1;
@@ -53,6 +55,7 @@ class Process {
   bool ended_ = false;
   int status_ = 0;
   long peakMemory_ = 0;
+  double cpuSeconds_ = 0;
 };
 
 // What a program that has ended left behind.
