@@ -24,8 +24,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Connection = WKSyslogSender::Connection;
 
-constexpr int kLongestWait = 30;         // seconds, of one call, where delivery is safe
-constexpr int kCloseMilliseconds = 200;  // for the peer to take the end of a TLS session
+constexpr int kLongestWait = 30;          // seconds, of one call, where delivery is safe
+constexpr int kAcceptMilliseconds = 500;  // for a server's first word, where delivery is safe
+constexpr int kCloseMilliseconds = 200;   // for the peer to take the end of a TLS session
 
 bool HasExpired(const Connection& connection, Clock::time_point now) {
   return connection.lastUsed + std::chrono::seconds(WKSyslogSender::CONN_TIMEOUT) < now;
@@ -115,8 +116,12 @@ std::unique_ptr<WKSyslogSender::Connection> WKSyslogSender::Connect() {
     return nullptr;
   }
   if (protocol == TLS) {
-    connection->ssl = wkagent::StartTls(sslContext, socket.Get(), *this).release();
-    if (connection->ssl == nullptr) return nullptr;
+    wkagent::SslPtr session = wkagent::StartTls(sslContext, socket.Get(), *this);
+    if (session == nullptr) return nullptr;
+    if (state_->safe && !wkagent::IsAccepted(session.get(), socket.Get(), kAcceptMilliseconds)) {
+      return nullptr;
+    }
+    connection->ssl = session.release();
   }
   connection->socketFd = socket.Release();
   ++state_->connectionsOpened;

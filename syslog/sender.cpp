@@ -46,7 +46,7 @@ WKSyslogSender::~WKSyslogSender() {
   queueCondition.notify_all();
   retryHandler.RequestStop();
   WaitForThreads();
-  worker.join();
+  if (worker.joinable()) worker.join();
   if (state_->safe) StoreQueue();
   retryHandler.shutdown();
   DestroyAll();

@@ -62,6 +62,8 @@ Peer LookAtPeer(int socket) {
   return (events & POLLIN) != 0 ? Peer::kSpeaks : Peer::kSilent;
 }
 
+bool WaitForInput(int socket, int milliseconds) { return EventsOf(socket, milliseconds) != 0; }
+
 bool DiscardInput(int socket, int milliseconds) {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
@@ -72,7 +74,7 @@ bool DiscardInput(int socket, int milliseconds) {
     if (length == 0) return true;
     if (errno != EAGAIN) return errno == ECONNRESET;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    if (left.count() <= 0 || EventsOf(socket, static_cast<int>(left.count())) == 0) return false;
+    if (left.count() <= 0 || !WaitForInput(socket, static_cast<int>(left.count()))) return false;
   }
   return false;
 }

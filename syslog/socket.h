@@ -29,6 +29,9 @@ enum class Peer {
 // What the peer is doing, without waiting.
 [[nodiscard]] Peer LookAtPeer(int socket);
 
+// Waits at most so long for something to read. False when nothing came.
+bool WaitForInput(int socket, int milliseconds);
+
 // Reads what has arrived and throws it away: a collector has nothing to say, and closing a socket
 // with unread input would reset the connection and lose what is still on its way. Waits at most so
 // long for the peer to close. True when the peer has closed.

@@ -70,6 +70,33 @@ void SetServerName(SSL* session, const SyslogConfig& config) {
   }
 }
 
+bool FailToConnect(int code) {
+  std::array<char, kErrorTextSize> text{};
+  ERR_error_string_n(ERR_get_error(), text.data(), text.size());
+  return Fail("SSL_connect failed: SSL_get_error=" + std::to_string(code) + ", " + text.data());
+}
+
+// Reads what has arrived, without waiting, and throws it away. Returns what SSL_get_error says of
+// the last read.
+int ReadAll(SSL* session, int socket) {
+  wkagent::SetBlocking(socket, false);
+  const wkagent::BrokenPipeGuard guard;
+  std::array<char, 4096> buffer{};
+  int code = SSL_ERROR_WANT_READ;
+  for (int reads = 0; reads < kMostReads; ++reads) {
+    ERR_clear_error();
+    const int result = SSL_read(session, buffer.data(), static_cast<int>(buffer.size()));
+    code = SSL_get_error(session, result);
+    if (code != SSL_ERROR_NONE) break;
+  }
+  wkagent::SetBlocking(socket, true);
+  return code;
+}
+
+bool GoesOn(int code) {
+  return code == SSL_ERROR_NONE || code == SSL_ERROR_WANT_READ || code == SSL_ERROR_WANT_WRITE;
+}
+
 }  // namespace
 
 bool WKSyslogSender::initializeTLSContext() {
@@ -102,10 +129,7 @@ SslPtr StartTls(SSL_CTX* context, int socket, const SyslogConfig& config) {
   const BrokenPipeGuard guard;
   ERR_clear_error();
   if (const int result = SSL_connect(session.get()); result <= 0) {
-    const int code = SSL_get_error(session.get(), result);
-    std::array<char, kErrorTextSize> text{};
-    ERR_error_string_n(ERR_get_error(), text.data(), text.size());
-    Fail("SSL_connect failed: SSL_get_error=" + std::to_string(code) + ", " + text.data());
+    FailToConnect(SSL_get_error(session.get(), result));
     return nullptr;
   }
   if (!config.verifyServerCert) return session;
@@ -126,21 +150,18 @@ void EndTls(SslPtr session, int socket) {
 }
 
 bool DiscardTlsInput(SSL* session, int socket) {
-  SetBlocking(socket, false);
-  const BrokenPipeGuard guard;
-  std::array<char, 4096> buffer{};
-  bool ended = false;
-  for (int reads = 0; reads < kMostReads; ++reads) {
-    ERR_clear_error();
-    const int result = SSL_read(session, buffer.data(), static_cast<int>(buffer.size()));
-    if (result > 0) continue;
-    const int code = SSL_get_error(session, result);
-    ended = code != SSL_ERROR_WANT_READ && code != SSL_ERROR_WANT_WRITE;
-    break;
-  }
+  const int code = ReadAll(session, socket);
   ERR_clear_error();
-  SetBlocking(socket, true);
-  return ended;
+  return !GoesOn(code);
+}
+
+bool IsAccepted(SSL* session, int socket, int milliseconds) {
+  if (SSL_version(session) != TLS1_3_VERSION) return true;
+  if (!WaitForInput(socket, milliseconds)) return true;
+  const int code = ReadAll(session, socket);
+  if (!GoesOn(code)) return FailToConnect(code);
+  ERR_clear_error();
+  return true;
 }
 
 }  // namespace wkagent

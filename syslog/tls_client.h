@@ -18,6 +18,12 @@ using SslPtr = std::unique_ptr<SSL, SslFreer>;
 // settings ask for. Null, with the reason reported, where that fails.
 [[nodiscard]] SslPtr StartTls(SSL_CTX* context, int socket, const SyslogConfig& config);
 
+// With TLS 1.3 the client's handshake ends before the server has looked at the client's
+// certificate, and what is written meanwhile is lost where the server refuses it. Waits at most so
+// long for the server's first word, as a rule its session tickets. False, with the reason reported,
+// where the server has ended the session.
+[[nodiscard]] bool IsAccepted(SSL* session, int socket, int milliseconds);
+
 // Tells the peer that the session ends, without waiting, and frees it.
 void EndTls(SslPtr session, int socket);
 
