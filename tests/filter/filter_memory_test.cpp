@@ -9,15 +9,7 @@
 
 #include "filter_support.h"
 #include "support/agent_home.h"
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define WKAGENT_TEST_SANITIZED
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define WKAGENT_TEST_SANITIZED
-#endif
+#include "support/sanitized.h"
 
 #ifdef WKAGENT_TEST_SANITIZED
 // Of the sanitizers' runtime; not every compiler installs the header that declares it.

@@ -3,19 +3,12 @@
 #include <limits>
 
 #include "integration/agent_test.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define WKAGENT_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define WKAGENT_SANITIZED 1
-#endif
-#endif
+#include "support/sanitized.h"
 
 namespace wkagent::test {
 namespace {
 
-#ifdef WKAGENT_SANITIZED
+#ifdef WKAGENT_TEST_SANITIZED
 // A sanitizer slows the agent down, and its own memory says nothing about the agent's.
 constexpr int kEvents = 50000;
 constexpr long kMostMemory = std::numeric_limits<long>::max();

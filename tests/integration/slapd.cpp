@@ -3,32 +3,13 @@
 #include <csignal>
 #include <filesystem>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-
-#include "core/handles.h"
+#include "support/free_port.h"
 #include "support/wait_until.h"
 
 namespace wkagent::test {
 namespace {
-
-// A port that nobody listened on a moment ago.
-int FreePort() {
-  const Fd listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  auto* const any = reinterpret_cast<sockaddr*>(&address);
-  if (bind(listener.Get(), any, size) != 0 || getsockname(listener.Get(), any, &size) != 0) {
-    throw std::system_error(errno, std::generic_category(), "a free port");
-  }
-  return ntohs(address.sin_port);
-}
 
 // The URL of a local socket, whose path is percent-encoded.
 std::string LocalUrl(const std::string& path) {
