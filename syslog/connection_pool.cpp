@@ -25,8 +25,8 @@ using Clock = std::chrono::steady_clock;
 using Connection = WKSyslogSender::Connection;
 
 constexpr int kLongestWait = 30;          // seconds, of one call, where delivery is safe
-constexpr int kAcceptMilliseconds = 500;  // for a server's first word, where delivery is safe
 constexpr int kCloseMilliseconds = 200;   // for the peer to take the end of a TLS session
+constexpr int kJudgeMilliseconds = 1000;  // for it to judge a certificate, where delivery is safe
 
 bool HasExpired(const Connection& connection, Clock::time_point now) {
   return connection.lastUsed + std::chrono::seconds(WKSyslogSender::CONN_TIMEOUT) < now;
@@ -116,12 +116,9 @@ std::unique_ptr<WKSyslogSender::Connection> WKSyslogSender::Connect() {
     return nullptr;
   }
   if (protocol == TLS) {
-    wkagent::SslPtr session = wkagent::StartTls(sslContext, socket.Get(), *this);
-    if (session == nullptr) return nullptr;
-    if (state_->safe && !wkagent::IsAccepted(session.get(), socket.Get(), kAcceptMilliseconds)) {
-      return nullptr;
-    }
-    connection->ssl = session.release();
+    const int patience = state_->safe ? kJudgeMilliseconds : 0;
+    connection->ssl = wkagent::StartTls(sslContext, socket.Get(), *this, patience).release();
+    if (connection->ssl == nullptr) return nullptr;
   }
   connection->socketFd = socket.Release();
   ++state_->connectionsOpened;

@@ -56,13 +56,11 @@ void LimitWaits(int socket, int seconds) {
   ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
 }
 
-Peer LookAtPeer(int socket) {
-  const short events = EventsOf(socket, 0);
+Peer LookAtPeer(int socket, int milliseconds) {
+  const short events = EventsOf(socket, milliseconds);
   if ((events & (POLLRDHUP | POLLHUP | POLLERR)) != 0) return Peer::kClosed;
   return (events & POLLIN) != 0 ? Peer::kSpeaks : Peer::kSilent;
 }
-
-bool WaitForInput(int socket, int milliseconds) { return EventsOf(socket, milliseconds) != 0; }
 
 bool DiscardInput(int socket, int milliseconds) {
   using Clock = std::chrono::steady_clock;
@@ -74,7 +72,7 @@ bool DiscardInput(int socket, int milliseconds) {
     if (length == 0) return true;
     if (errno != EAGAIN) return errno == ECONNRESET;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    if (left.count() <= 0 || !WaitForInput(socket, static_cast<int>(left.count()))) return false;
+    if (left.count() <= 0 || EventsOf(socket, static_cast<int>(left.count())) == 0) return false;
   }
   return false;
 }

@@ -26,11 +26,8 @@ enum class Peer {
   kClosed,
 };
 
-// What the peer is doing, without waiting.
-[[nodiscard]] Peer LookAtPeer(int socket);
-
-// Waits at most so long for something to read. False when nothing came.
-bool WaitForInput(int socket, int milliseconds);
+// What the peer is doing. Waits at most so long for it to do something.
+[[nodiscard]] Peer LookAtPeer(int socket, int milliseconds = 0);
 
 // Reads what has arrived and throws it away: a collector has nothing to say, and closing a socket
 // with unread input would reset the connection and lose what is still on its way. Waits at most so

@@ -70,31 +70,34 @@ void SetServerName(SSL* session, const SyslogConfig& config) {
   }
 }
 
-bool FailToConnect(int code) {
+// Reports why a call that returned this has failed.
+bool FailHandshake(SSL* session, int result) {
+  const int code = SSL_get_error(session, result);
   std::array<char, kErrorTextSize> text{};
   ERR_error_string_n(ERR_get_error(), text.data(), text.size());
   return Fail("SSL_connect failed: SSL_get_error=" + std::to_string(code) + ", " + text.data());
 }
 
-// Reads what has arrived, without waiting, and throws it away. Returns what SSL_get_error says of
-// the last read.
-int ReadAll(SSL* session, int socket) {
-  wkagent::SetBlocking(socket, false);
-  const wkagent::BrokenPipeGuard guard;
-  std::array<char, 4096> buffer{};
-  int code = SSL_ERROR_WANT_READ;
-  for (int reads = 0; reads < kMostReads; ++reads) {
-    ERR_clear_error();
-    const int result = SSL_read(session, buffer.data(), static_cast<int>(buffer.size()));
-    code = SSL_get_error(session, result);
-    if (code != SSL_ERROR_NONE) break;
-  }
-  wkagent::SetBlocking(socket, true);
-  return code;
+// OpenSSL calls this when the server asks for a certificate.
+int NoteRequest(SSL* /*session*/, void* requested) {
+  *static_cast<bool*>(requested) = true;
+  return 1;
 }
 
-bool GoesOn(int code) {
-  return code == SSL_ERROR_NONE || code == SSL_ERROR_WANT_READ || code == SSL_ERROR_WANT_WRITE;
+// Waits for the server's answer to the client's certificate. False, with the reason reported, where
+// it refuses.
+bool IsWelcome(SSL* session, int socket, int milliseconds) {
+  if (wkagent::LookAtPeer(socket, milliseconds) == wkagent::Peer::kSilent) return true;
+  wkagent::SetBlocking(socket, false);
+  ERR_clear_error();
+  char byte = 0;
+  const int result = SSL_peek(session, &byte, 1);
+  const int code = SSL_get_error(session, result);
+  const bool open = result > 0 || code == SSL_ERROR_WANT_READ || code == SSL_ERROR_WANT_WRITE;
+  if (!open) (void)FailHandshake(session, result);
+  ERR_clear_error();
+  wkagent::SetBlocking(socket, true);
+  return open;
 }
 
 }  // namespace
@@ -117,7 +120,7 @@ bool WKSyslogSender::initializeTLSContext() {
 
 namespace wkagent {
 
-SslPtr StartTls(SSL_CTX* context, int socket, const SyslogConfig& config) {
+SslPtr StartTls(SSL_CTX* context, int socket, const SyslogConfig& config, int patience) {
   ERR_clear_error();
   SslPtr session(SSL_new(context));
   if (session == nullptr) {
@@ -128,15 +131,21 @@ SslPtr StartTls(SSL_CTX* context, int socket, const SyslogConfig& config) {
   SetServerName(session.get(), config);
   const BrokenPipeGuard guard;
   ERR_clear_error();
-  if (const int result = SSL_connect(session.get()); result <= 0) {
-    FailToConnect(SSL_get_error(session.get(), result));
+  bool requested = false;
+  SSL_set_cert_cb(session.get(), NoteRequest, &requested);
+  const int result = SSL_connect(session.get());
+  SSL_set_cert_cb(session.get(), nullptr, nullptr);
+  if (result <= 0) {
+    (void)FailHandshake(session.get(), result);
     return nullptr;
   }
-  if (!config.verifyServerCert) return session;
-  if (const long result = SSL_get_verify_result(session.get()); result != X509_V_OK) {
-    Fail(std::string("Certificate verify failed: ") + X509_verify_cert_error_string(result));
+  const long verified = config.verifyServerCert ? SSL_get_verify_result(session.get()) : X509_V_OK;
+  if (verified != X509_V_OK) {
+    Fail(std::string("Certificate verify failed: ") + X509_verify_cert_error_string(verified));
     return nullptr;
   }
+  const bool judgedLater = requested && SSL_version(session.get()) == TLS1_3_VERSION;
+  if (judgedLater && patience > 0 && !IsWelcome(session.get(), socket, patience)) return nullptr;
   return session;
 }
 
@@ -150,18 +159,21 @@ void EndTls(SslPtr session, int socket) {
 }
 
 bool DiscardTlsInput(SSL* session, int socket) {
-  const int code = ReadAll(session, socket);
+  SetBlocking(socket, false);
+  const BrokenPipeGuard guard;
+  std::array<char, 4096> buffer{};
+  bool ended = false;
+  for (int reads = 0; reads < kMostReads; ++reads) {
+    ERR_clear_error();
+    const int result = SSL_read(session, buffer.data(), static_cast<int>(buffer.size()));
+    if (result > 0) continue;
+    const int code = SSL_get_error(session, result);
+    ended = code != SSL_ERROR_WANT_READ && code != SSL_ERROR_WANT_WRITE;
+    break;
+  }
   ERR_clear_error();
-  return !GoesOn(code);
-}
-
-bool IsAccepted(SSL* session, int socket, int milliseconds) {
-  if (SSL_version(session) != TLS1_3_VERSION) return true;
-  if (!WaitForInput(socket, milliseconds)) return true;
-  const int code = ReadAll(session, socket);
-  if (!GoesOn(code)) return FailToConnect(code);
-  ERR_clear_error();
-  return true;
+  SetBlocking(socket, true);
+  return ended;
 }
 
 }  // namespace wkagent

@@ -16,13 +16,12 @@ using SslPtr = std::unique_ptr<SSL, SslFreer>;
 
 // Starts a TLS session on a connected socket, with the name and the certificate checks that the
 // settings ask for. Null, with the reason reported, where that fails.
-[[nodiscard]] SslPtr StartTls(SSL_CTX* context, int socket, const SyslogConfig& config);
-
-// With TLS 1.3 the client's handshake ends before the server has looked at the client's
-// certificate, and what is written meanwhile is lost where the server refuses it. Waits at most so
-// long for the server's first word, as a rule its session tickets. False, with the reason reported,
-// where the server has ended the session.
-[[nodiscard]] bool IsAccepted(SSL* session, int socket, int milliseconds);
+//
+// Over TLS 1.3 a server that asks for a certificate judges it after the client's handshake, and
+// lines that were sent before it refuses are lost. With `patience`, in milliseconds, its answer is
+// awaited: a ticket, or an alert. One that stays silent for so long is taken to be content.
+[[nodiscard]] SslPtr StartTls(SSL_CTX* context, int socket, const SyslogConfig& config,
+                              int patience);
 
 // Tells the peer that the session ends, without waiting, and frees it.
 void EndTls(SslPtr session, int socket);
