@@ -13,7 +13,7 @@
 #include <wkagent/syslog.h>
 
 #include "core/handles.h"
-#include "syslog/broken_pipe.h"
+#include "core/broken_pipe.h"
 #include "syslog/diagnostic_log.h"
 #include "syslog/sender_state.h"
 #include "syslog/socket.h"

@@ -6,7 +6,7 @@
 
 #include <wkagent/syslog.h>
 
-#include "syslog/broken_pipe.h"
+#include "core/broken_pipe.h"
 #include "syslog/diagnostic_log.h"
 #include "syslog/sender_state.h"
 

@@ -9,7 +9,7 @@
 #include <openssl/err.h>
 #include <openssl/x509v3.h>
 
-#include "syslog/broken_pipe.h"
+#include "core/broken_pipe.h"
 #include "syslog/diagnostic_log.h"
 #include "syslog/socket.h"
 

@@ -6,7 +6,7 @@
 
 #include "support/intercepted_send.h"
 #include "syslog/sender_fixture.h"
-#include "syslog/threads.h"
+#include "support/threads.h"
 
 namespace wkagent::test {
 namespace {

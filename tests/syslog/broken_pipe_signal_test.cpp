@@ -6,7 +6,7 @@
 #include <sys/socket.h>
 
 #include "syslog/sender_fixture.h"
-#include "syslog/signals.h"
+#include "support/signals.h"
 
 namespace wkagent::test {
 namespace {

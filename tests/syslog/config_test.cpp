@@ -10,7 +10,7 @@
 
 #include "support/open_files.h"
 #include "syslog/syslog_fixture.h"
-#include "syslog/threads.h"
+#include "support/threads.h"
 
 namespace wkagent::test {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "support/gate.h"
 #include "syslog/retry_fixture.h"
-#include "syslog/threads.h"
+#include "support/threads.h"
 
 namespace wkagent::test {
 namespace {

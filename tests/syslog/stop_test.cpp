@@ -11,7 +11,7 @@
 #include "support/intercepted_send.h"
 #include "support/open_files.h"
 #include "syslog/sender_fixture.h"
-#include "syslog/threads.h"
+#include "support/threads.h"
 
 namespace wkagent::test {
 namespace {

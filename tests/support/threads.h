@@ -1,5 +1,5 @@
-#ifndef WKAGENT_TESTS_SYSLOG_THREADS_H
-#define WKAGENT_TESTS_SYSLOG_THREADS_H
+#ifndef WKAGENT_TESTS_SUPPORT_THREADS_H
+#define WKAGENT_TESTS_SUPPORT_THREADS_H
 
 #include <filesystem>
 #include <fstream>
@@ -47,4 +47,4 @@ inline bool BlocksAllSignals(const std::filesystem::path& task) {
 
 }  // namespace wkagent::test
 
-#endif  // WKAGENT_TESTS_SYSLOG_THREADS_H
+#endif  // WKAGENT_TESTS_SUPPORT_THREADS_H

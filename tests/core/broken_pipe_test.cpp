@@ -1,4 +1,4 @@
-#include "syslog/broken_pipe.h"
+#include "core/broken_pipe.h"
 
 #include <cerrno>
 #include <ctime>
@@ -7,13 +7,13 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include "syslog/signals.h"
-#include "syslog/threads.h"
+#include "support/signals.h"
+#include "support/threads.h"
 
 namespace wkagent::test {
 namespace {
 
-TEST(SyslogBrokenPipeGuard, BlocksTheSignalWhileItExists) {
+TEST(BrokenPipeGuard, BlocksTheSignalWhileItExists) {
   {
     const BrokenPipeGuard guard;
     EXPECT_TRUE(BrokenPipeIsBlocked());
@@ -21,7 +21,7 @@ TEST(SyslogBrokenPipeGuard, BlocksTheSignalWhileItExists) {
   EXPECT_FALSE(BrokenPipeIsBlocked());
 }
 
-TEST(SyslogBrokenPipeGuard, TakesAwayWhatWasRaisedMeanwhile) {
+TEST(BrokenPipeGuard, TakesAwayWhatWasRaisedMeanwhile) {
   {
     const BrokenPipeGuard guard;
     raise(SIGPIPE);
@@ -30,7 +30,7 @@ TEST(SyslogBrokenPipeGuard, TakesAwayWhatWasRaisedMeanwhile) {
   EXPECT_FALSE(BrokenPipeIsPending());
 }
 
-TEST(SyslogBrokenPipeGuard, LeavesOtherSignalsAlone) {
+TEST(BrokenPipeGuard, LeavesOtherSignalsAlone) {
   sigset_t before;
   sigset_t within;
   pthread_sigmask(SIG_BLOCK, nullptr, &before);
@@ -42,7 +42,7 @@ TEST(SyslogBrokenPipeGuard, LeavesOtherSignalsAlone) {
   }
 }
 
-TEST(SyslogBrokenPipeGuard, LeavesASignalBlockedThatWas) {
+TEST(BrokenPipeGuard, LeavesASignalBlockedThatWas) {
   const BlockedBrokenPipe blocked;
   {
     const BrokenPipeGuard guard;
@@ -52,7 +52,7 @@ TEST(SyslogBrokenPipeGuard, LeavesASignalBlockedThatWas) {
   EXPECT_FALSE(BrokenPipeIsPending());
 }
 
-TEST(SyslogBrokenPipeGuard, LeavesASignalPendingThatWas) {
+TEST(BrokenPipeGuard, LeavesASignalPendingThatWas) {
   const BlockedBrokenPipe blocked;
   raise(SIGPIPE);
   {
@@ -62,7 +62,7 @@ TEST(SyslogBrokenPipeGuard, LeavesASignalPendingThatWas) {
   EXPECT_TRUE(BrokenPipeIsPending());
 }
 
-TEST(SyslogBrokenPipeGuard, KeepsTheErrorNumber) {
+TEST(BrokenPipeGuard, KeepsTheErrorNumber) {
   {
     const BrokenPipeGuard guard;
     errno = ECONNRESET;
@@ -70,7 +70,7 @@ TEST(SyslogBrokenPipeGuard, KeepsTheErrorNumber) {
   EXPECT_EQ(errno, ECONNRESET);
 }
 
-TEST(SyslogBrokenPipeGuard, MayBeNested) {
+TEST(BrokenPipeGuard, MayBeNested) {
   {
     const BrokenPipeGuard outer;
     { const BrokenPipeGuard inner; }
@@ -81,7 +81,7 @@ TEST(SyslogBrokenPipeGuard, MayBeNested) {
   EXPECT_FALSE(BrokenPipeIsPending());
 }
 
-TEST(SyslogBrokenPipeGuard, ConcernsItsThreadOnly) {
+TEST(BrokenPipeGuard, ConcernsItsThreadOnly) {
   const BrokenPipeGuard guard;
   std::thread([] {
     EXPECT_TRUE(BrokenPipeIsBlocked());  // by inheritance
@@ -93,7 +93,7 @@ TEST(SyslogBrokenPipeGuard, ConcernsItsThreadOnly) {
   EXPECT_TRUE(BrokenPipeIsBlocked());
 }
 
-TEST(SyslogBrokenPipeGuard, LeavesAThreadThatBlocksAllSignalsAsItIs) {
+TEST(BrokenPipeGuard, LeavesAThreadThatBlocksAllSignalsAsItIs) {
   std::thread([] {
     BlockSignalsInThisThread();
     EXPECT_TRUE(BlocksAllSignals("/proc/thread-self"));

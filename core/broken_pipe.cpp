@@ -1,4 +1,4 @@
-#include "syslog/broken_pipe.h"
+#include "core/broken_pipe.h"
 
 #include <cerrno>
 #include <ctime>

@@ -1,5 +1,5 @@
-#ifndef WKAGENT_TESTS_SYSLOG_SIGNALS_H
-#define WKAGENT_TESTS_SYSLOG_SIGNALS_H
+#ifndef WKAGENT_TESTS_SUPPORT_SIGNALS_H
+#define WKAGENT_TESTS_SUPPORT_SIGNALS_H
 
 #include <csignal>
 #include <ctime>
@@ -47,4 +47,4 @@ class BlockedBrokenPipe {
 
 }  // namespace wkagent::test
 
-#endif  // WKAGENT_TESTS_SYSLOG_SIGNALS_H
+#endif  // WKAGENT_TESTS_SUPPORT_SIGNALS_H

@@ -1,5 +1,5 @@
-#ifndef WKAGENT_SYSLOG_BROKEN_PIPE_H
-#define WKAGENT_SYSLOG_BROKEN_PIPE_H
+#ifndef WKAGENT_CORE_BROKEN_PIPE_H
+#define WKAGENT_CORE_BROKEN_PIPE_H
 
 #include <csignal>
 
@@ -27,4 +27,4 @@ class BrokenPipeGuard {
 
 }  // namespace wkagent
 
-#endif  // WKAGENT_SYSLOG_BROKEN_PIPE_H
+#endif  // WKAGENT_CORE_BROKEN_PIPE_H
