@@ -5,40 +5,13 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/utf8.h"
+
 namespace wkagent {
 namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-// The length of the UTF-8 character at the front of `text` and its code point; a length of 0 where
-// there is none.
-struct Character {
-  std::size_t length;
-  char32_t code;
-};
-
-Character FirstCharacter(std::string_view text) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = byte(0);
-  if (lead < 0x80) return {1, lead};
-  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return {0, 0};
-  char32_t code = lead & (0x7FU >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return {0, 0};
-    code = code << 6 | (byte(i) & 0x3FU);
-  }
-  constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  if (code < kSmallest[length] || code > 0x10FFFF || surrogate) return {0, 0};
-  return {length, code};
-}
-
-bool AllowedInXml(char32_t code) {
-  if (code < 0x20) return code == '\t' || code == '\n' || code == '\r';
-  return code != 0xFFFE && code != 0xFFFF;
-}
 
 constexpr std::array<std::int8_t, 256> MakeDigitValues() {
   std::array<std::int8_t, 256> values{};
@@ -56,7 +29,7 @@ constexpr std::array<std::int8_t, 256> kDigitValues = MakeDigitValues();
 void CopyField(std::string_view text, char* field, std::size_t size) {
   std::size_t used = 0;
   while (!text.empty()) {
-    const Character character = FirstCharacter(text);
+    const Utf8Character character = FirstCharacter(text);
     const bool usable = character.length > 0 && AllowedInXml(character.code);
     const std::size_t consumed = character.length > 0 ? character.length : 1;
     const std::string_view piece = usable ? text.substr(0, consumed) : kReplacement;
@@ -70,7 +43,7 @@ void CopyField(std::string_view text, char* field, std::size_t size) {
 
 bool IsBinary(std::string_view bytes) {
   while (!bytes.empty()) {
-    const Character character = FirstCharacter(bytes);
+    const Utf8Character character = FirstCharacter(bytes);
     if (character.length == 0 || character.code == 0) return true;
     bytes.remove_prefix(character.length);
   }

@@ -8,6 +8,7 @@
 #include <wkagent/alert.h>
 #include <wkagent/config.h>
 #include <wkagent/core.h>
+#include <wkagent/crypto.h>
 #include <wkagent/filter.h>
 #include <wkagent/monitor.h>
 #include <wkagent/mutex.h>
@@ -32,6 +33,10 @@ void Config(char* path, char* attribute) {
 
 void Alert() {
 #include "examples/alert.h.inc"
+}
+
+void Crypto(const char* key, const char* text) {
+#include "examples/crypto.h.inc"
 }
 
 void Filter(char* fileName, char* user, char* node, char* object, char* className) {
@@ -88,6 +93,11 @@ TEST_F(HeaderExamples, ConfigPrintsWhyAFileCannotBeRead) {
 }
 
 TEST_F(HeaderExamples, AlertPrintsTheRecipient) { EXPECT_EQ(Printed(Alert), "ops@acme.example\n"); }
+
+TEST_F(HeaderExamples, CryptoPrintsTheTextAgain) {
+  EXPECT_EQ(Printed([] { Crypto("sixteen bytes...", "two blocks that stay one secret."); }),
+            "two blocks that stay one secret.\n");
+}
 
 TEST_F(HeaderExamples, FilterPrintsWhetherTheEventIsKept) {
   home_.Write("config/EDAFilter.xml",
