@@ -1,7 +1,7 @@
 #ifndef WKAGENT_ALERT_H
 #define WKAGENT_ALERT_H
 
-// Alerts: what a filter statement says about them.
+// Alerts: what a filter statement says about them, and the senders that deliver them.
 //
 // Each statement of a filter carries one settings object a kind: WKSMTPAlertObject with the
 // addressing of a mail, WKSNMPAlertObject and WKSyslogAlertObject with a switch each. When a
@@ -14,11 +14,26 @@
 //   wrapper.SetSMTPAlert(mail.Clone());
 //   puts(wrapper.GetSMTPAlertInfo()->GetTo());
 //
-// Threads: one object from one thread at a time. Ownership: an object owns its texts; AlertWrapper
-// owns the settings it was given; a clone belongs to the caller.
+// A gathered alert is not sent at once, which could take long: WKFilter::Serialize lets a sender
+// (WKSMTPAlert, WKSNMPAlert, WKSysLog) append it to a spool file, "../tmp/SMTP.<stamp>.txt" and the
+// like, one a second. Later the host hands each spool file to the sender again, which sends all
+// that it holds and deletes it. Mail and traps leave through the components of components.h, with
+// settings that are stored encrypted (crypto.h).
+//
+// Threads: one object from one thread at a time. Of each kind of sender the process has a current
+// object, the one constructed last, which the static entries use: these are for one thread at a
+// time. Ownership: an object owns its texts; AlertWrapper owns the settings it was given; a clone
+// belongs to the caller.
+//
+// A send is tried once: what the component says of it is not looked at, and the spool file goes
+// either way. With SetSafeReplay an alert that was not taken stays in its spool file.
+
+#include <cstdint>
 
 #include <wkagent/core.h>
 #include <wkagent/export.h>
+
+struct _xmlNode;
 
 // WKAlertObject is the base of the alert settings: the kind of alert and a short message, which it
 // owns. One thread at a time may use an object.
@@ -134,6 +149,173 @@ class WKAGENT_EXPORT AlertWrapper : public WKLogStatus {
 
   int alertType;
   WKSMTPAlertObject* smtpAlert;
+};
+
+// WKSMTPAlert is one mail, and the spool of mails. It owns its texts, which are cut to fit; one
+// thread at a time may use an object. The static entries use the object that was constructed last,
+// and do nothing when that has ended or there was none.
+class WKAGENT_EXPORT WKSMTPAlert : public WKAlert {
+ public:
+  // Empty texts and the server "127.0.0.1". The object becomes the process's current one.
+  WKSMTPAlert();
+  ~WKSMTPAlert();
+
+  WKSMTPAlert(const WKSMTPAlert&) = delete;
+  WKSMTPAlert& operator=(const WKSMTPAlert&) = delete;
+
+  // Each replaces one text; an empty one empties it. The lists are addresses separated by "," or
+  // ";". Deliberate: an empty sender becomes "agent@mossgrove.local".
+  void SetMessage(char* text);
+  void SetFromID(char* text);
+  void SetToList(char* text);
+  void SetCCList(char* text);
+  void SetSubject(char* text);
+  void SetServer(char* text);
+
+  // Sends the mail through the component; deliberate: to 127.0.0.1 where the server is "0.0.0.0",
+  // and a cc that is empty is not set at all. Returns the result of FileMailer_Destroy, or 1, with
+  // the reason logged, when the host has no mail component.
+  int SendMessage();
+
+  // Appends the mail, but not the server, to the spool file of this second: one record of 768 bytes
+  // (docs/formats/spool_files.md). An empty message is not spooled. A failure is logged.
+  void Serialize();
+
+  // Sends every whole record of a spool file and deletes it. Returns the result of the deletion, as
+  // system(3) has it, or 0, with the file as it was, when it is no regular file that can be read.
+  // The texts of the object are those of the last record then.
+  int Deserialize(char* path);
+
+  // Takes the server from "../config/SMTPSettings.cfg", if there is such a file, and sends the
+  // mail, with SendMessage's result.
+  int InstaSend();
+
+  // Takes the server from an XML file: the content of its last element "SMTPServer". Deliberate:
+  // logs "Cannot read SMTP Settings" where it cannot be read, which WKSNMPAlert does too.
+  void ReadSMTPConfig(char* path);
+  void traverseXMLTree(_xmlNode* node);
+
+  // Deserialize on the current object, for a bare file name of "../tmp". One that leads elsewhere
+  // is logged and left alone.
+  static void SMTPAlertAvailable(const char* name);
+
+  // LoadSettings on the current object. Deliberate: the argument is not looked at.
+  static void SMTPConfigAvailable(const char* name);
+
+  // Decrypts "../config/SMTPSettings.cfg" with the workspace's key (WKDaemonSettings) and takes the
+  // server from it. The plain text is a file of mode 0600 that is gone when the call returns.
+  void LoadSettings();
+
+  // read(2) and write(2) on `socket`: up to 8,192 bytes into the receive buffer, with the result in
+  // `receivedCount`; the text, with the number of bytes written as the result. EPIPE is logged as
+  // "Got SIGPIPE", but the signal does not reach the host. Nothing in the library calls them.
+  void Read_Socket();
+  int Send_Socket(char* text);
+
+  // Off unless called with true: then Deserialize keeps in the file what the component did not
+  // take.
+  void SetSafeReplay(bool on);
+
+  // True when the component took the last mail.
+  bool WasSent();
+
+  static WKSMTPAlert* SMTPAlertPtr;  // the current object; deliberate: stays when that ends
+
+  char server[64];
+  char toList[128];
+  char ccList[128];
+  char subject[128];
+  char fromId[128];
+  std::int32_t socket;
+  char receiveBuffer[8193];  // deliberate: Serialize puts its stamp here
+  std::int64_t receivedCount;
+
+ private:
+  bool safeReplay_ = false;
+  bool sent_ = false;
+};
+
+// WKSNMPAlert is one SNMP trap, and the spool of traps. Ownership, threads and the current object
+// are as in WKSMTPAlert.
+class WKAGENT_EXPORT WKSNMPAlert : public WKAlert {
+ public:
+  // Empty texts. The object becomes the process's current one.
+  WKSNMPAlert();
+  ~WKSNMPAlert();
+
+  WKSNMPAlert(const WKSNMPAlert&) = delete;
+  WKSNMPAlert& operator=(const WKSNMPAlert&) = delete;
+
+  // Replaces the message. Deliberate: an empty text leaves the old one.
+  void SetMessage(char* text);
+
+  // Reads "../config/SNMPSettings.cfg", as WKSMTPAlert::LoadSettings does, and sends the message as
+  // a trap (RFC 3416) with sysUpTime.0, snmpTrapOID.0 and the message's variable. Deliberate: it is
+  // sent with what the texts held before where the settings cannot be read. With an empty message
+  // nothing is read or sent. Returns the result of SNMPAgent_Destroy, or 1, with the reason logged,
+  // when the host has no SNMP component.
+  int SendMessage();
+
+  // Appends the message as a line to the spool file of this second, unless it is empty. A failure
+  // is logged.
+  void Serialize();
+
+  // Sends every line of a spool file, at most 255 bytes at a time, and deletes it; results as of
+  // WKSMTPAlert::Deserialize. Deliberate: the line end is part of the message.
+  int Deserialize(char* path);
+
+  // Takes the texts from "../config/SNMPSettings.xml": the contents of its last elements
+  // "SNMPConsoleMachineName", "SNMPEOI" and "TrapDescID". Deliberate: logs "Cannot read SMTP
+  // Settings" where it cannot be read.
+  void ReadConfigFile();
+  void traverseXMLTree(_xmlNode* node);
+
+  // Deserialize on the current object, as WKSMTPAlert::SMTPAlertAvailable.
+  static void SNMPAlertAvailable(const char* name);
+
+  // As in WKSMTPAlert.
+  void SetSafeReplay(bool on);
+  bool WasSent();
+
+  static WKSNMPAlert* SNMPAlertPtr;  // the current object; deliberate: stays when that ends
+
+  char consoleMachineName[64];  // where the trap goes
+  char enterpriseOid[128];      // of the variable that carries the message
+  char trapDescriptionId[128];  // the value of snmpTrapOID.0
+
+ private:
+  bool safeReplay_ = false;
+  bool sent_ = false;
+};
+
+// WKSysLog is one entry of the local system log, and the spool of entries. Ownership, threads and
+// the current object are as in WKSMTPAlert; the log's identity belongs to the process.
+class WKAGENT_EXPORT WKSysLog : public WKAlert {
+ public:
+  // Lets all priorities of the process pass (setlogmask(3)). The object becomes the process's
+  // current one.
+  WKSysLog();
+  ~WKSysLog();
+
+  WKSysLog(const WKSysLog&) = delete;
+  WKSysLog& operator=(const WKSysLog&) = delete;
+
+  // Replaces the message. Deliberate: an empty text leaves the old one.
+  void SetMessage(char* text);
+
+  // Writes the message, unless it is empty, by syslog(3): identity "WKAgent", facility user,
+  // priority info. The log is opened and closed each time, so an identity that the host has set is
+  // lost.
+  void SendMessage();
+
+  // As in WKSNMPAlert. Deliberate: an entry that was spooled ends with two line ends.
+  void Serialize();
+  int Deserialize(char* path);
+
+  // Deserialize on the current object, as WKSMTPAlert::SMTPAlertAvailable.
+  static void SysLogAlertAvailable(const char* name);
+
+  static WKSysLog* SysLogPtr;  // the current object; deliberate: stays when that ends
 };
 
 #endif  // WKAGENT_ALERT_H

@@ -168,6 +168,12 @@ class WKAGENT_EXPORT WKFilter : public WKLogStatus {
   // ",": CN=admin.OU=sales.O=acme becomes admin.sales.acme.
   char* ConvertToNDAPFormat(char* name);
 
+  // Spools the gathered alerts with this text, each by a sender of its kind (alert.h): a mail for
+  // each with addresses, and at most one trap and one syslog entry, which PassFilter gathered so.
+  // The list stays as it is. The senders are gone when the call returns, and with them the current
+  // objects of their classes.
+  void Serialize(char* text);
+
   // Why the filter file could not be read, as "path:line: reason" or "path: reason"; null when the
   // last ReadFilter succeeded. Valid until the next ReadFilter.
   const char* GetReadError();

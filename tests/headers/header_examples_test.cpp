@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <wkagent/alert.h>
+#include <wkagent/components.h>
 #include <wkagent/config.h>
 #include <wkagent/core.h>
 #include <wkagent/crypto.h>
@@ -16,6 +17,7 @@
 #include <wkagent/syslog.h>
 
 #include "support/agent_home.h"
+#include "support/fake_components.h"
 #include "support/text.h"
 
 // Each function is the example of one header, with the declarations around it that it takes for
@@ -53,6 +55,10 @@ void Locks() {
 
 void Output(char* liveFile, tagWKEventData event) {
 #include "examples/output.h.inc"
+}
+
+void Components(ComponentEventSink sink, void* wrapper, void** params, int* lengths) {
+#include "examples/components.h.inc"
 }
 
 void Syslog(const std::string& line) {
@@ -126,6 +132,14 @@ TEST_F(HeaderExamples, OutputWritesARecord) {
   EXPECT_EQ(Printed([&] { Output(Text("../tmp/live.xml"), event); }), "");
   EXPECT_THAT(home_.Read("tmp/live.xml"), HasSubstr("<EDADataRecord "));
   EXPECT_THAT(home_.Read("tmp/live.xml"), HasSubstr("\"bob.acme\""));
+}
+
+TEST_F(HeaderExamples, ComponentsPrintsTheResultOfASend) {
+  const FakeComponents components;
+  const auto send = [] { Components(nullptr, nullptr, nullptr, nullptr); };
+  EXPECT_EQ(Printed(send), "0\n");
+  FakeComponents::doResult = 7;
+  EXPECT_EQ(Printed(send), "7\n");
 }
 
 // By the default settings: one datagram to this machine.
