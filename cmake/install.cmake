@@ -2,6 +2,11 @@
 install(TARGETS wkagent EXPORT wkagentTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(TARGET wkagent_components)
+  install(TARGETS wkagent_components EXPORT wkagentTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endif()
 install(DIRECTORY include/wkagent DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 
 set(wkagent_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/wkagent)
@@ -21,3 +26,8 @@ string(REGEX REPLACE "/$" "" WKAGENT_PC_TO_PREFIX "${WKAGENT_PC_TO_PREFIX}")
 configure_file(cmake/wkagent.pc.in wkagent.pc @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wkagent.pc"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+if(TARGET wkagent_components)
+  configure_file(cmake/wkagent-components.pc.in wkagent-components.pc @ONLY)
+  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wkagent-components.pc"
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endif()
