@@ -24,6 +24,7 @@
 #include "agent/settings.h"
 #include "agent/signals.h"
 #include "agent/source.h"
+#include "agent/spool_replay.h"
 #include "agent/whole_file.h"
 #include "agent/worker.h"
 #include "core/handles.h"
@@ -115,6 +116,11 @@ ExitStatus RunAgent(const Options& options) {
     pipeline.KeepPosition(log, position);
   }
 
+  std::optional<SpoolReplay> replay;
+  if (!options.holdAlerts) {
+    replay.emplace(home, std::chrono::seconds(settings.pollSeconds));
+    pipeline.SendAlertsBy(*replay);
+  }
   EventQueue queue(settings.blocks);
   QueueSink sink(queue);
   source->Attach(sink);

@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include "agent/alert_text.h"
 #include "agent/event_condition.h"
 #include "agent/home_path.h"
 #include "agent/report.h"
@@ -62,7 +63,10 @@ ExitStatus AuditStream<Kind>::Open() {
 template <typename Kind>
 bool AuditStream<Kind>::Take(tagWKEventData& event, std::int64_t& alerts) {
   if (!filter_ || !Kind::Passes(*filter_, event)) return false;
-  alerts += filter_->alerts.GetCount();
+  if (const int gathered = filter_->alerts.GetCount(); gathered > 0) {
+    alerts += gathered;
+    filter_->Serialize(AlertText(event).data());
+  }
   output_.WriteAuditData(&event);
   CheckOutput();
   flushed_ = false;

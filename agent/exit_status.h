@@ -8,6 +8,7 @@ enum ExitStatus : int {
   kDone = 0,
   kUsageError = 64,
   kInputMissing = 66,
+  kUnavailable = 69,
   kInternalError = 70,
   kOutputFailed = 73,
   kBadConfiguration = 78,

@@ -6,12 +6,16 @@
 #include "agent/exit_status.h"
 #include "agent/options.h"
 #include "agent/report.h"
+#include "agent/test_alert.h"
 
 int main(int argc, char** argv) {
   try {
     wkagent::Options options;
     const int status = wkagent::ReadOptions(argc, argv, options);
     if (status >= 0) return status;
+    if (!options.testAlert.kind.empty()) {
+      return wkagent::SendTestAlert(options.home, options.testAlert);
+    }
     if (!options.checkConfig) return wkagent::RunAgent(options);
     const bool ldap = options.feedKind == wkagent::FeedKind::kAccesslog;
     return wkagent::CheckConfig(options.home, ldap ? options.feedPath : "",

@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <iostream>
+#include <string>
+#include <vector>
 
 #include <wkagent/version.h>
 
@@ -35,8 +37,8 @@ constexpr char kFooter[] =
     "Signals: SIGTERM and SIGINT stop, SIGHUP reads filters and settings again, SIGUSR1 prints "
     "totals.\nThe collector's settings are read at the start only.\n"
     "\n"
-    "Exit status: 0 done, 64 wrong usage, 66 input missing, 70 internal error,\n"
-    "73 output cannot be written, 78 bad configuration.";
+    "Exit status: 0 done, 64 wrong usage, 66 input missing, 69 a test alert was not sent,\n"
+    "70 internal error, 73 output cannot be written, 78 bad configuration.";
 
 // Takes "KIND:PATH" apart; what is wrong with it, empty where nothing is.
 std::string ReadFeed(const std::string& text, Options& options) {
@@ -50,6 +52,15 @@ std::string ReadFeed(const std::string& text, Options& options) {
     return {};
   }
   return "KIND:PATH is expected, with auditlog, jsonl or accesslog as KIND";
+}
+
+void ReadTestAlert(const std::vector<std::string>& words, TestAlert& alert) {
+  alert.kind = words[0];
+  alert.text = words[1];
+  if (alert.kind != "mail" && alert.kind != "snmp" && alert.kind != "syslog") {
+    throw CLI::ValidationError("--test-alert", "mail, snmp or syslog is expected");
+  }
+  if (alert.text.empty()) throw CLI::ValidationError("--test-alert", "the text is empty");
 }
 
 }  // namespace
@@ -84,10 +95,25 @@ int ReadOptions(int argc, char** argv, Options& options) {
   app.add_flag(
       "--syslog", options.syslog,
       "Forward each kept event to the collector of /opt/mossgrove/config/syslog_config.xml");
+  app.add_flag("--hold-alerts", options.holdAlerts,
+               "Spool alerts in the home's tmp folder, but do not send them");
   app.add_flag("--check-config", options.checkConfig,
                "Check the files of the home's config folder, and do nothing else");
+  std::vector<std::string> testAlert;
+  auto* const test = app.add_option("--test-alert", testAlert,
+                                    "Send one alert with the home's settings, and do nothing else")
+                         ->type_name("mail|snmp|syslog TEXT")
+                         ->expected(2);
+  app.add_option("--to", options.testAlert.to,
+                 "Who gets the test mail, instead of To and CC of DaemonSettings.xml")
+      ->type_name("ADDRESS")
+      ->needs(test);
   try {
     app.parse(argc, argv);
+    if (test->count() > 0) {
+      ReadTestAlert(testAlert, options.testAlert);
+      return -1;
+    }
     if (!options.checkConfig && options.feedPath.empty()) throw CLI::RequiredError("--feed");
   } catch (const CLI::ParseError& error) {
     const bool answered = app.exit(error, std::cout, std::cerr) == 0;

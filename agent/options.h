@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "agent/test_alert.h"
+
 namespace wkagent {
 
 enum class FeedKind { kAuditlog, kJsonl, kAccesslog };
@@ -15,6 +17,8 @@ struct Options {
   std::string caFile;    // absolute; empty for the system's certificates
   bool follow = false;
   bool syslog = false;
+  bool holdAlerts = false;
+  TestAlert testAlert;
   bool checkConfig = false;  // then there may be no feed
 };
 

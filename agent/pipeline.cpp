@@ -71,6 +71,7 @@ void Pipeline::Apply(const Settings& settings) {
   directory_.SetThreshold(settings.archiveThreshold);
   logins_.SetThreshold(settings.archiveThreshold);
   retryInterval_ = std::chrono::seconds(settings.pollSeconds);
+  if (replay_ != nullptr) replay_->SetInterval(retryInterval_);
 }
 
 void Pipeline::Reload(std::string_view name) {

@@ -12,6 +12,7 @@
 #include "agent/log_position.h"
 #include "agent/operator_record.h"
 #include "agent/settings.h"
+#include "agent/spool_replay.h"
 #include "agent/syslog_forwarder.h"
 
 namespace wkagent {
@@ -44,6 +45,9 @@ class Pipeline : public FeedSink {
   void OnMalformed(long line, std::string_view reason) override;
   void OnEntryRead(std::string_view csn, std::string_view id) override;
   void OnProblem(std::string_view what) override;
+
+  // Hands new settings on to whoever sends the spooled alerts.
+  void SendAlertsBy(SpoolReplay& replay) { replay_ = &replay; }
 
   // Forwards the kept events as well, from now on.
   void ForwardTo(SyslogForwarder& syslog) { syslog_ = &syslog; }
@@ -84,6 +88,7 @@ class Pipeline : public FeedSink {
   AuditStream<LoginEvents> logins_;
   Totals totals_;
   SyslogForwarder* syslog_ = nullptr;
+  SpoolReplay* replay_ = nullptr;
   std::chrono::steady_clock::time_point lastRetry_;
   std::chrono::seconds retryInterval_;
   std::string log_;  // whose position is kept; empty where none is

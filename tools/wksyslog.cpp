@@ -75,9 +75,7 @@ int Run(std::chrono::seconds timeout) {
   return counters.sent == lines ? kDone : kNotSent;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int ReadOptionsAndRun(int argc, char** argv) {
   CLI::App app("Sends lines from standard input to the remote syslog collector of the agents.",
                "wksyslog");
   int timeout = 30;
@@ -87,12 +85,20 @@ int main(int argc, char** argv) {
       ->type_name("SECONDS")
       ->check(CLI::Range(0, 86400))
       ->capture_default_str();
-  std::ios::sync_with_stdio(false);  // which would read byte by byte
   try {
     app.parse(argc, argv);
-    return Run(std::chrono::seconds(timeout));
   } catch (const CLI::ParseError& error) {
     return app.exit(error, std::cout, std::cerr) == 0 ? kDone : kUsageError;
+  }
+  std::ios::sync_with_stdio(false);  // which would read byte by byte
+  return Run(std::chrono::seconds(timeout));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return ReadOptionsAndRun(argc, argv);
   } catch (const std::logic_error& error) {
     std::cerr << "wksyslog: /opt/mossgrove/config/syslog_config.xml: the port is no number that "
                  "can be used ("
