@@ -105,13 +105,27 @@ void CollectorDouble::Run() {
     const Fd client(accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (!client.IsOpen()) return;
     SetCurrent(client.Get());
-    if (settings_.handshake == DoubleSettings::Handshake::kGarbage) {
-      send(client.Get(), kGarbage, sizeof(kGarbage) - 1, 0);
-    }
-    if (settings_.handshake != DoubleSettings::Handshake::kCloses) {
-      context_ == nullptr ? Serve(client) : ServeTls(client);
-    }
+    Answer(client);
     SetCurrent(-1);
+  }
+}
+
+void CollectorDouble::Answer(const Fd& client) {
+  std::array<char, 4096> hello{};
+  switch (settings_.handshake) {
+    case DoubleSettings::Handshake::kGood:
+      return context_ == nullptr ? Serve(client) : ServeTls(client);
+    case DoubleSettings::Handshake::kGarbage:
+      send(client.Get(), kGarbage, sizeof(kGarbage) - 1, 0);
+      return ServeTls(client);
+    case DoubleSettings::Handshake::kCloses:
+    case DoubleSettings::Handshake::kResets:
+      recv(client.Get(), hello.data(), hello.size(), 0);
+      if (settings_.handshake == DoubleSettings::Handshake::kResets) return MakeCloseReset(client);
+      // Until the client has closed: a close with input that nobody read would reset.
+      shutdown(client.Get(), SHUT_WR);
+      while (recv(client.Get(), hello.data(), hello.size(), 0) > 0) {
+      }
   }
 }
 

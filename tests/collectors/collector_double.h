@@ -17,7 +17,7 @@ namespace wkagent::test {
 
 // What a double does other than a good collector.
 struct DoubleSettings {
-  enum class Handshake { kGood, kCloses, kGarbage };
+  enum class Handshake { kGood, kCloses, kResets, kGarbage };
 
   Identity identity;     // of the server; empty for plain TCP
   std::string clientCa;  // where clients need a certificate of this authority
@@ -60,6 +60,7 @@ class CollectorDouble {
 
   void MakeContext();
   void Run();
+  void Answer(const Fd& client);
   void Serve(const Fd& client);
   void ServeTls(const Fd& client);
   bool Keep(const char* bytes, std::size_t length, std::size_t& taken);

@@ -46,6 +46,7 @@ std::string Element(const std::string& name, const std::string& text) {
 }  // namespace
 
 DeliveryTest::DeliveryTest() : authority_(home_.Path("config"), "authority") {
+  std::filesystem::create_directories(kAuditData);
   std::filesystem::remove_all(kRetryDirectory);
   // The library has them open for appending.
   for (const char* log : {kSenderLog, kRetryLog}) std::filesystem::resize_file(log, 0);
@@ -131,9 +132,9 @@ std::string NameOf(Program program) {
   return program == Program::kRsyslog ? "Rsyslog" : "SyslogNg";
 }
 
-CollectorProgram CollectorTest::Start(Transport transport) {
+CollectorProgram DeliveryTest::Start(Program program, Transport transport) {
   const Identity identity = authority_.Issue({.alternativeNames = "DNS:collector"});
-  CollectorProgram collector(GetParam(), transport, home_.Path("tmp"),
+  CollectorProgram collector(program, transport, home_.Path("tmp"),
                              CollectorTls{.ca = authority_.Certificate(), .identity = identity});
   Use(transport, collector.Port(), {.ca = authority_.Certificate()});
   return collector;

@@ -14,18 +14,9 @@
 #include "collectors/collector_program.h"
 #include "collectors/numbered_lines.h"
 #include "support/agent_home.h"
-#include "support/sanitized.h"
 #include "support/test_certificates.h"
 
 namespace wkagent::test {
-
-// How many lines, of a number that is meant for the build that ships. A sanitizer slows the sender
-// down, so that there are a tenth of them.
-#ifdef WKAGENT_TEST_SANITIZED
-constexpr int Scaled(int count) { return count / 10; }
-#else
-constexpr int Scaled(int count) { return count; }
-#endif
 
 // What the "tls" element of a sender's settings says.
 struct SenderTls {
@@ -42,6 +33,7 @@ struct SenderTls {
 class DeliveryTest : public ::testing::Test {
  protected:
   static constexpr std::size_t kSocketBuffer = 64 * 1024;
+  static constexpr char kAuditData[] = "/opt/mossgrove/auditdata";
   static constexpr char kRetryDirectory[] = "/opt/mossgrove/auditdata/nsa";
 
   DeliveryTest();
@@ -52,6 +44,9 @@ class DeliveryTest : public ::testing::Test {
   static void UseTcp(int port) { WriteSettings("TCP", port, {}); }
   static void UseTls(int port, const SenderTls& tls);
   static void Use(Transport transport, int port, const SenderTls& tls);
+
+  // Starts a collector, with a certificate for "collector", and points the senders to it.
+  [[nodiscard]] CollectorProgram Start(Program program, Transport transport);
 
   // Sends numbered lines.
   static void Feed(WKSyslogSender& sender, int first, int last);
@@ -83,8 +78,9 @@ class DeliveryTest : public ::testing::Test {
 // The same with each of the collectors: INSTANTIATE_FOR_COLLECTORS(NameOfTheFixture).
 class CollectorTest : public DeliveryTest, public ::testing::WithParamInterface<Program> {
  protected:
-  // Starts a collector, with a certificate for "collector", and points the senders to it.
-  [[nodiscard]] CollectorProgram Start(Transport transport);
+  [[nodiscard]] CollectorProgram Start(Transport transport) {
+    return DeliveryTest::Start(GetParam(), transport);
+  }
 };
 
 #define INSTANTIATE_FOR_COLLECTORS(fixture)                                          \

@@ -5,7 +5,17 @@
 #include <string>
 #include <vector>
 
+#include "support/sanitized.h"
+
 namespace wkagent::test {
+
+// How many lines, of a number that is meant for the build that ships. A sanitizer slows the sender
+// down, so that there are a tenth of them.
+#ifdef WKAGENT_TEST_SANITIZED
+constexpr int Scaled(int count) { return count / 10; }
+#else
+constexpr int Scaled(int count) { return count; }
+#endif
 
 // A line that bears its number, and now and then what collectors tend to change: a digit or a
 // priority at its beginning, blanks at its ends, control characters, bytes that are no UTF-8,

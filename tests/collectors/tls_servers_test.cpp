@@ -5,7 +5,7 @@
 namespace wkagent::test {
 namespace {
 
-class SyslogTlsHandshake : public TlsTest {
+class SyslogTlsServers : public TlsTest {
  protected:
   static std::string Failed(const std::string& error) {
     return "SSL_connect failed: SSL_get_error=1, " + error + "\n";
@@ -32,36 +32,44 @@ class SyslogTlsHandshake : public TlsTest {
   }
 };
 
-TEST_F(SyslogTlsHandshake, ServerWithTls12OnlyIsReached) {
+TEST_F(SyslogTlsServers, ServerWithTls12OnlyIsReached) {
   server_.newest = TLS1_2_VERSION;
   EXPECT_TRUE(Delivers());
   EXPECT_EQ("TLSv1.2", Seen().version);
 }
 
-TEST_F(SyslogTlsHandshake, ServerWithTls13OnlyIsReached) {
+TEST_F(SyslogTlsServers, ServerWithTls13OnlyIsReached) {
   server_.oldest = TLS1_3_VERSION;
   EXPECT_TRUE(Delivers());
   EXPECT_EQ("TLSv1.3", Seen().version);
 }
 
-TEST_F(SyslogTlsHandshake, NewestVersionIsTaken) {
+TEST_F(SyslogTlsServers, NewestVersionIsTaken) {
   EXPECT_TRUE(Delivers());
   EXPECT_EQ("TLSv1.3", Seen().version);
 }
 
-TEST_F(SyslogTlsHandshake, ServerThatClosesInItIsReported) {
+TEST_F(SyslogTlsServers, ServerThatClosesInItIsReported) {
   server_.handshake = DoubleSettings::Handshake::kCloses;
   EXPECT_FALSE(Delivers());
   EXPECT_EQ(Failed("error:0A000126:SSL routines::unexpected eof while reading"), Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, ServerThatSpeaksNoTlsIsReported) {
+// OpenSSL has no words for an error of the system.
+TEST_F(SyslogTlsServers, ServerThatResetsInItIsReported) {
+  server_.handshake = DoubleSettings::Handshake::kResets;
+  EXPECT_FALSE(Delivers());
+  EXPECT_EQ("SSL_connect failed: SSL_get_error=5, error:00000000:lib(0)::reason(0)\n",
+            Diagnostics());
+}
+
+TEST_F(SyslogTlsServers, ServerThatSpeaksNoTlsIsReported) {
   server_.handshake = DoubleSettings::Handshake::kGarbage;
   EXPECT_FALSE(Delivers());
   EXPECT_EQ(Failed("error:0A00010B:SSL routines::wrong version number"), Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, ClientCertificateIsPresented) {
+TEST_F(SyslogTlsServers, ClientCertificateIsPresented) {
   Identify(ClientOf(authority_));
   for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
     RequireClientCertificate(version);
@@ -71,7 +79,7 @@ TEST_F(SyslogTlsHandshake, ClientCertificateIsPresented) {
   EXPECT_EQ("", Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, ClientCertificateIsNotPresentedWithoutMutualTls) {
+TEST_F(SyslogTlsServers, ClientCertificateIsNotPresentedWithoutMutualTls) {
   RequireClientCertificate(TLS1_2_VERSION);
   Identify(ClientOf(authority_));
   client_.mutual = false;
@@ -79,13 +87,13 @@ TEST_F(SyslogTlsHandshake, ClientCertificateIsNotPresentedWithoutMutualTls) {
   EXPECT_EQ(kNoCertificate, Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, MissingClientCertificateIsReported) {
+TEST_F(SyslogTlsServers, MissingClientCertificateIsReported) {
   RequireClientCertificate(TLS1_2_VERSION);
   EXPECT_FALSE(Delivers());
   EXPECT_EQ(kNoCertificate, Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, ClientCertificateOfAnotherAuthorityIsReported) {
+TEST_F(SyslogTlsServers, ClientCertificateOfAnotherAuthorityIsReported) {
   RequireClientCertificate(TLS1_2_VERSION);
   CertificateAuthority other(home_.Path("tmp"), "other");
   Identify(ClientOf(other));
@@ -93,14 +101,14 @@ TEST_F(SyslogTlsHandshake, ClientCertificateOfAnotherAuthorityIsReported) {
   EXPECT_EQ(Failed("error:0A000418:SSL routines::tlsv1 alert unknown ca"), Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, ExpiredClientCertificateIsReported) {
+TEST_F(SyslogTlsServers, ExpiredClientCertificateIsReported) {
   RequireClientCertificate(TLS1_2_VERSION);
   Identify(authority_.Issue({.commonName = "agent", .firstDay = -2, .lastDay = -1}));
   EXPECT_FALSE(Delivers());
   EXPECT_EQ(Failed("error:0A000415:SSL routines::sslv3 alert certificate expired"), Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, WithoutClientCertificateFileNoneIsPresented) {
+TEST_F(SyslogTlsServers, WithoutClientCertificateFileNoneIsPresented) {
   RequireClientCertificate(TLS1_2_VERSION);
   Identify({.certificate = home_.Path("missing.pem"), .key = ClientOf(authority_).key});
   EXPECT_FALSE(Delivers());
@@ -108,7 +116,7 @@ TEST_F(SyslogTlsHandshake, WithoutClientCertificateFileNoneIsPresented) {
             Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, WithoutItsKeyFileTheClientCertificateIsNotPresented) {
+TEST_F(SyslogTlsServers, WithoutItsKeyFileTheClientCertificateIsNotPresented) {
   RequireClientCertificate(TLS1_2_VERSION);
   Identify({.certificate = ClientOf(authority_).certificate, .key = home_.Path("missing.key")});
   EXPECT_FALSE(Delivers());
@@ -116,7 +124,7 @@ TEST_F(SyslogTlsHandshake, WithoutItsKeyFileTheClientCertificateIsNotPresented) 
             Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, WithTheKeyOfAnotherTheClientCertificateIsNotPresented) {
+TEST_F(SyslogTlsServers, WithTheKeyOfAnotherTheClientCertificateIsNotPresented) {
   RequireClientCertificate(TLS1_2_VERSION);
   Identify({.certificate = ClientOf(authority_).certificate, .key = ClientOf(authority_).key});
   EXPECT_FALSE(Delivers());
@@ -124,7 +132,7 @@ TEST_F(SyslogTlsHandshake, WithTheKeyOfAnotherTheClientCertificateIsNotPresented
             Diagnostics());
 }
 
-TEST_F(SyslogTlsHandshake, ServerThatFailsIsStillNotTrustedAfterTheClientKeyWasNotRead) {
+TEST_F(SyslogTlsServers, ServerThatFailsIsStillNotTrustedAfterTheClientKeyWasNotRead) {
   Present(MakeSelfSigned(home_.Path("tmp"), "self", {.alternativeNames = "DNS:collector"}));
   Identify({.certificate = ClientOf(authority_).certificate, .key = home_.Path("missing.key")});
   EXPECT_FALSE(Delivers());
