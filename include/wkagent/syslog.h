@@ -257,12 +257,12 @@ class WKAGENT_EXPORT WKSyslogSender : public SyslogConfig {
   void workerThread();
 
   // Off unless called with true, which is best done before the first line. When on, a line is lost
-  // only where the library cannot know it: a write taken in part is continued; one, or a connect or
-  // handshake, that makes no progress for 30 seconds fails; a collector that asks for a certificate
-  // over TLS 1.3 has a second to refuse it before lines are sent; when 100,000 lines are queued,
-  // further ones are stored at once, and send returns false for one that cannot be; lines that can
-  // be neither sent nor stored stay queued, and are tried again every second; queued lines are
-  // stored when the sender is destroyed; and a retry pass takes the latest file too.
+  // only where the library cannot know it: a write taken in part is continued; a connect, handshake
+  // or write that gets nowhere fails, after 30 to 90 seconds; a collector that asks for a
+  // certificate over TLS 1.3 has a second to refuse it before lines are sent; when 100,000 lines
+  // are queued, further ones are stored at once, and send returns false for one that cannot be;
+  // lines that can be neither sent nor stored stay queued, and are tried again every second; queued
+  // lines are stored when the sender is destroyed; and a retry pass takes the latest file too.
   void SetSafeDelivery(bool on);
 
   // Waits until no line is queued or being written, which is true at once over UDP. Returns false
