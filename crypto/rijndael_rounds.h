@@ -101,10 +101,11 @@ constexpr std::size_t Source(std::size_t column, int row) {
   return (column + static_cast<std::size_t>(shift)) % kColumns;
 }
 
-// One round; `kStep` is Round or LastRound of the direction.
+// One round; `kStep` is Round or LastRound of the direction. Always inline, as Transform is, so
+// that a block stays in registers; left alone, the compilers put it into memory for each round.
 template <typename Direction, auto kStep, std::size_t... kColumn>
-Block<sizeof...(kColumn)> ApplyRound(const Block<sizeof...(kColumn)>& block, const Word* key,
-                                     std::index_sequence<kColumn...>) {
+[[gnu::always_inline]] inline Block<sizeof...(kColumn)> ApplyRound(
+    const Block<sizeof...(kColumn)>& block, const Word* key, std::index_sequence<kColumn...>) {
   constexpr std::size_t n = sizeof...(kColumn);
   return {
       {(kStep(block[kColumn], block[Source<Direction, n>(kColumn, 1)],
@@ -112,7 +113,7 @@ Block<sizeof...(kColumn)> ApplyRound(const Block<sizeof...(kColumn)>& block, con
         key[kColumn])...}};
 }
 
-// All rounds. Always inline, so that blocks stay in registers from one to the next.
+// All rounds.
 template <typename Direction, std::size_t kColumns>
 [[gnu::always_inline]] inline Block<kColumns> Transform(const CRijndael& cipher,
                                                         Block<kColumns> block) {
