@@ -5,11 +5,13 @@
 #include <string>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 
 #include <wkagent/crypto.h>
 
+#include "core/handles.h"
 #include "crypto/settings_fixture.h"
 #include "support/counted_heap.h"
 #include "support/open_files.h"
@@ -64,6 +66,18 @@ TEST_F(SettingsDamage, PlainFileWithoutPermissionIsThrownAsAText) {
   const Unprivileged user;
   EXPECT_EQ("../config/Settings.xml - XML File is Empty or File does not exists",
             Complaint("../config/Settings.xml"));
+}
+
+TEST_F(SettingsDamage, PipeHasNoSizeAndCannotBeRead) {
+  int ends[2] = {};
+  ASSERT_EQ(0, pipe(ends));
+  const Fd reading(ends[0]);
+  const Fd writing(ends[1]);
+  const std::string path = "/proc/self/fd/" + std::to_string(reading.Get());
+  EXPECT_EQ(path + " - XML File is Empty or File does not exists", Complaint(path));
+  CRijndael().WKDecryptFile(Text(path), Text("../tmp/Settings.xml"), Text(kGuid));
+  EXPECT_TRUE(home_.Exists("tmp/Settings.xml"));
+  EXPECT_EQ("", home_.Read("tmp/Settings.xml"));
 }
 
 TEST_F(SettingsDamage, NullIsIgnored) {
