@@ -168,9 +168,9 @@ std::string Decrypted(const Options& options, const std::string& keyText) {
                                   ": cannot be decrypted with this key; it is damaged, or the "
                                   "GUID is that of another workspace");
   }
-  Warn(
-      options.in +
-      ": the text is not whole: it held what encryption cannot bring back, or the file is damaged");
+  Warn(options.in +
+       ": the text may not be whole: it held what encryption cannot bring back, or the file is "
+       "damaged");
   return text;
 }
 
