@@ -12,6 +12,7 @@
 #include <wkagent/syslog.h>
 
 #include "core/broken_pipe.h"
+#include "syslog/bounded_wait.h"
 #include "syslog/diagnostic_log.h"
 #include "syslog/pending_files.h"
 
@@ -61,7 +62,7 @@ void WKSyslogRetryHandler::RequestStop() {
 
 bool WKSyslogRetryHandler::WaitForThread(std::chrono::milliseconds timeout) {
   wkagent::MutexLock lock(stateMutex_);
-  return threadEnded_.wait_for(lock.Native(), timeout, [this] {
+  return threadEnded_.wait_for(lock.Native(), wkagent::Bounded(timeout), [this] {
     stateMutex_.AssertHeld();
     return !threadRuns_;
   });

@@ -7,6 +7,7 @@
 #include <wkagent/syslog.h>
 
 #include "core/broken_pipe.h"
+#include "syslog/bounded_wait.h"
 #include "syslog/diagnostic_log.h"
 #include "syslog/sender_state.h"
 
@@ -96,7 +97,7 @@ bool WKSyslogSender::StoreAtOnce(const std::string& message) {
 
 bool WKSyslogSender::WaitUntilEmpty(milliseconds timeout) {
   wkagent::MutexLock lock(queueMutex);
-  return state_->workerChanged.wait_for(lock.Native(), timeout, [this] {
+  return state_->workerChanged.wait_for(lock.Native(), wkagent::Bounded(timeout), [this] {
     queueMutex.AssertHeld();
     return messageQueue.empty() && !state_->batchInHand;
   });

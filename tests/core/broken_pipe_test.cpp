@@ -1,7 +1,6 @@
 #include "core/broken_pipe.h"
 
 #include <cerrno>
-#include <ctime>
 #include <thread>
 
 #include <gtest/gtest.h>

@@ -20,18 +20,27 @@ void Require(bool condition, const char* what) {
   if (!condition) throw std::system_error(errno, std::generic_category(), what);
 }
 
-// A socket on a port of 127.0.0.1 that the system has chosen.
+// Whether another socket with the same wish may have the same port, unless one of them listens.
+void ShareAddress(const Fd& socket, bool share) {
+  const int value = share ? 1 : 0;
+  setsockopt(socket.Get(), SOL_SOCKET, SO_REUSEADDR, &value, sizeof(value));
+}
+
+// A socket on a port of 127.0.0.1; where that is 0, on one that the system chooses.
 Fd BoundSocket(int type, int& port, int bufferSize = 0) {
   Fd owner(socket(AF_INET, type | SOCK_CLOEXEC, 0));
   if (bufferSize > 0) {
     setsockopt(owner.Get(), SOL_SOCKET, SO_RCVBUF, &bufferSize, sizeof(bufferSize));
   }
-  sockaddr_in address = Loopback(0);
+  // Only for a port that is this test's already; else two tests could get the same.
+  ShareAddress(owner, port != 0);
+  sockaddr_in address = Loopback(port);
   socklen_t size = sizeof(address);
   auto* const place = reinterpret_cast<sockaddr*>(&address);
   Require(bind(owner.Get(), place, size) == 0, "bind");
   Require(getsockname(owner.Get(), place, &size) == 0, "getsockname");
   port = ntohs(address.sin_port);
+  ShareAddress(owner, true);
   return owner;
 }
 
@@ -111,6 +120,11 @@ CollectorEnd Collector::Accept() {
   Fd end(accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
   Require(end.IsOpen(), "accept");
   return CollectorEnd(std::move(end));
+}
+
+void Collector::Refuse() {
+  socket_.Reset();
+  socket_ = BoundSocket(SOCK_STREAM, port_);
 }
 
 bool Collector::HasVisitor() const { return IsReadable(socket_, 0); }

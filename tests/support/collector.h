@@ -58,8 +58,8 @@ class Collector {
   // True when somebody has connected who was not accepted yet.
   [[nodiscard]] bool HasVisitor() const;
 
-  // Refuses connections from now on.
-  void Close() { socket_.Reset(); }
+  // Refuses connections from now on, and keeps the port from others.
+  void Refuse();
 
  private:
   int port_ = 0;

@@ -1,5 +1,6 @@
 // The collector's address.
 
+#include <filesystem>
 #include <string>
 
 #include "support/open_files.h"

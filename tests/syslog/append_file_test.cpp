@@ -1,5 +1,6 @@
 #include "syslog/append_file.h"
 
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -75,8 +76,10 @@ TEST_F(SyslogAppendFile, StreamCanBeUsedAgainAfterItWasClosed) {
 
 TEST_F(SyslogAppendFile, StreamWithoutFileStaysAsItIs) {
   std::ofstream stream;
+  stream.setstate(std::ios::failbit);
   Attach(stream, Fd());
   EXPECT_FALSE(stream.is_open());
+  EXPECT_TRUE(stream.fail());
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,10 +30,12 @@ inline std::string StoredText() {
   return text;
 }
 
-// Puts a batch file where earlier processes have left theirs.
+// Puts a batch file where earlier processes have left theirs. A pass that is under way finds it
+// whole or not at all.
 inline void PutBatchFile(const std::string& name, const std::string& text) {
   std::filesystem::create_directories(kStore);
-  WriteFile(kStore / name, text);
+  WriteFile(kAuditData / "unfinished", text);
+  std::filesystem::rename(kAuditData / "unfinished", kStore / name);
 }
 
 inline std::string PathOf(const std::string& batchFile) { return kStore / batchFile; }

@@ -1,17 +1,17 @@
 // How the worker takes lines from the queue and writes them.
 
+#include <chrono>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/intercepted_send.h"
+#include "support/intercepted_wait.h"
 #include "syslog/sender_fixture.h"
 #include "support/threads.h"
 
 namespace wkagent::test {
 namespace {
 
-using testing::AllOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::Field;
@@ -79,22 +79,15 @@ TEST_F(SyslogBatches, MakeTwoRecordsOfALineWithALineFeed) {
 
 TEST_F(SyslogBatches, CarryLongLines) {
   const std::string line(1000000, 'x');
-  CollectorEnd end = [&] {
-    Send({line, "end"});
-    return collector_.Accept();
-  }();
-  EXPECT_EQ(end.Read(line.size() + 5), line + "\nend\n");
+  Send({line, "end"});
+  EXPECT_TRUE(collector_.Accept().Read(line.size() + 5) == line + "\nend\n");
 }
 
 TEST_F(SyslogBatches, TakeLinesOfSeveralThreadsWhole) {
-  std::vector<std::thread> threads;
-  std::vector<std::string> expected;
-  for (const char* word : {"red", "green", "blue"}) {
-    threads.emplace_back([this, word] { Send(Numbered(word, 300)); });
-    for (const std::string& line : Numbered(word, 300)) expected.push_back(line);
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_THAT(collector_.Accept().ReadLines(900), testing::UnorderedElementsAreArray(expected));
+  const std::vector<std::string> lines =
+      FromThreads([this](const std::string& line) { EXPECT_TRUE(sender_->send(line)); });
+  EXPECT_THAT(collector_.Accept().ReadLines(lines.size()),
+              testing::UnorderedElementsAreArray(lines));
 }
 
 TEST_F(SyslogBatches, AreMadeAfterSendHasReturned) {
@@ -105,6 +98,19 @@ TEST_F(SyslogBatches, AreMadeAfterSendHasReturned) {
     EXPECT_FALSE(sender_->WaitUntilEmpty(std::chrono::milliseconds(0)));
   }
   EXPECT_THAT(collector_.Accept().ReadLines(2), ElementsAre("a", "b"));
+}
+
+// The worker would not look into the queue by itself before the test has failed.
+TEST_F(SyslogBatches, AreMadeAsSoonAsThereIsALine) {
+  sender_.reset();
+  const InterceptedWait waits([](std::chrono::nanoseconds wait) {
+    return wait > std::chrono::milliseconds(WKSyslogSender::QUEUE_WAIT) ? wait : 10 * kDeadline;
+  });
+  StartTcp();
+  for (int i = 0; i < 3; ++i) {
+    Send({"line"});
+    EXPECT_TRUE(WaitUntil([&] { return Counters().sent == static_cast<unsigned>(i) + 1; }));
+  }
 }
 
 TEST_F(SyslogBatches, WaitInAQueueWithoutLimit) {

@@ -58,23 +58,6 @@ TEST_F(SyslogSettings, FileThatNamesNothingLeavesTheDefaults) {
   EXPECT_EQ(ReadFile(kSenderLog), "");
 }
 
-TEST_F(SyslogSettings, StandFirstInTheSenderInTheirOrder) {
-  const auto sender = With("");
-  const auto place = [&](const auto& member) {
-    return reinterpret_cast<const char*>(&member) - reinterpret_cast<const char*>(sender.get());
-  };
-  EXPECT_EQ(place(sender->serverHost), 0);
-  EXPECT_LT(place(sender->serverHost), place(sender->serverPort));
-  EXPECT_LT(place(sender->serverPort), place(sender->protocol));
-  EXPECT_LT(place(sender->protocol), place(sender->tlsCACertPath));
-  EXPECT_LT(place(sender->tlsCACertPath), place(sender->tlsClientCertPath));
-  EXPECT_LT(place(sender->tlsClientCertPath), place(sender->tlsClientKeyPath));
-  EXPECT_LT(place(sender->tlsClientKeyPath), place(sender->tlsServerName));
-  EXPECT_LT(place(sender->tlsServerName), place(sender->mutualTLS));
-  EXPECT_LT(place(sender->mutualTLS), place(sender->verifyServerCert));
-  EXPECT_LT(place(sender->verifyServerCert), place(sender->configPath));
-}
-
 TEST_F(SyslogSettings, EveryElementIsTakenOver) {
   const auto sender = With(
       "<host>10.0.0.5</host><port>6514</port><protocol>TCP</protocol>"
@@ -113,10 +96,10 @@ TEST_F(SyslogSettings, LastOfSeveralElementsWins) {
 
 TEST_F(SyslogSettings, UnknownElementsTextAndCommentsAreSkipped) {
   const auto sender = With(
-      "text<!-- <host>no</host> --><?host no?><Host>no</Host><hosts>no</hosts>"
-      "<other><host>no</host><tls><ca_cert>no</ca_cert></tls></other><host>yes</host>"
-      "<tls>text<!-- comment --><CA_CERT>no</CA_CERT><x><ca_cert>no</ca_cert></x>"
-      "<server_name>yes</server_name></tls>");
+      "<host>yes</host>text<!-- <host>no</host> --><?host no?><Host>no</Host><hosts>no</hosts>"
+      "<other><host>no</host><ca_cert>no</ca_cert><tls><ca_cert>no</ca_cert></tls></other>"
+      "<tls><server_name>yes</server_name>text<!-- comment --><?server_name no?>"
+      "<CA_CERT>no</CA_CERT><x><ca_cert>no</ca_cert></x></tls><?tls <ca_cert>no</ca_cert>?>");
   EXPECT_EQ(sender->serverHost, "yes");
   EXPECT_EQ(sender->tlsCACertPath, "");
   EXPECT_EQ(sender->tlsServerName, "yes");
@@ -228,6 +211,10 @@ TEST_F(SyslogSettings, OnlyTrueAnd1AreTrue) {
     EXPECT_EQ(sender->mutualTLS, value) << text;
     EXPECT_EQ(sender->verifyServerCert, value) << text;
   }
+}
+
+TEST_F(SyslogSettings, AreReadFromAFixedPath) {
+  EXPECT_EQ(With("")->configPath, "/opt/mossgrove/config/syslog_config.xml");
 }
 
 TEST_F(SyslogSettings, AreReadOnce) {

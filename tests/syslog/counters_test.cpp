@@ -1,11 +1,17 @@
 // What a sender tells about its lines.
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
+#include <future>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include "support/gate.h"
 #include "support/intercepted_send.h"
+#include "support/intercepted_wait.h"
 #include "syslog/sender_fixture.h"
 
 namespace wkagent::test {
@@ -59,7 +65,7 @@ TEST_F(SyslogCounters, OfALineThatIsBeingWritten) {
 }
 
 TEST_F(SyslogCounters, OfLinesThatAreStored) {
-  collector_.Close();
+  collector_.Refuse();
   StartTcp();
   (void)SenderSays([this] { SendAndWait(Numbered("line", 3)); });
   EXPECT_EQ(Count(), "3 0 3 0 0 0 ");
@@ -67,7 +73,7 @@ TEST_F(SyslogCounters, OfLinesThatAreStored) {
 }
 
 TEST_F(SyslogCounters, OfLinesThatAreDropped) {
-  collector_.Close();
+  collector_.Refuse();
   BlockStore();
   StartTcp();
   (void)Complaints([this] { SendAndWait(Numbered("line", 3)); });
@@ -94,6 +100,19 @@ TEST_F(SyslogCounters, OfEverySender) {
   SendAndWait({"line"});
   const WKSyslogSender other;
   EXPECT_EQ(Shown(other.GetCounters()), "0 0 0 0 0 0 ");
+}
+
+TEST_F(SyslogCounters, MayBeReadWhileLinesAreSent) {
+  StartTcp();
+  std::thread host([this] { Send(Numbered("line", 2000)); });
+  std::uint64_t sent = 0;
+  EXPECT_TRUE(WaitUntil([&] {
+    const std::uint64_t before = std::exchange(sent, Counters().sent);
+    EXPECT_GE(sent, before);
+    (void)sender_->LastSuccess();
+    return sent == 2000;
+  }));
+  host.join();
 }
 
 TEST_F(SyslogCounters, LastSuccessIsWhenTheSystemTookALine) {
@@ -126,6 +145,25 @@ TEST_F(SyslogCounters, LastSuccessOverUdp) {
 TEST_F(SyslogCounters, NothingQueuedIsEmptyAtOnce) {
   StartTcp();
   EXPECT_TRUE(sender_->WaitUntilEmpty(milliseconds(0)));
+}
+
+TEST_F(SyslogCounters, LongestWaitThereIsLastsUntilTheQueueIsEmpty) {
+  StartTcp();
+  std::atomic<bool> waits = false;
+  const InterceptedWait waiting([&](std::chrono::nanoseconds wait) {
+    waits = waits || wait > std::chrono::hours(24);
+    return wait;
+  });
+  std::future<bool> empty;
+  {
+    const MutexLock lock(sender_->poolMutex);  // so that the worker gets no connection
+    Send({"line"});
+    empty = std::async(std::launch::async,
+                       [this] { return sender_->WaitUntilEmpty(milliseconds::max()); });
+    EXPECT_TRUE(WaitUntil([&] { return waits.load(); }));
+    EXPECT_FALSE(sender_->WaitUntilEmpty(milliseconds::min()));
+  }
+  EXPECT_TRUE(empty.get());
 }
 
 TEST_F(SyslogCounters, WaitEndsWhenItsTimeHasPassed) {

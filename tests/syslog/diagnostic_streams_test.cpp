@@ -4,6 +4,7 @@
 #include <iostream>
 #include <streambuf>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 

@@ -1,7 +1,9 @@
 // The pool of connections: reuse, idle time, size.
 
 #include <chrono>
+#include <future>
 #include <memory>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -72,7 +74,6 @@ TEST_F(SyslogPool, NewConnectionIsListedAndOpen) {
   Connection* const connection = sender_->getConnection();
   ASSERT_NE(connection, nullptr);
   EXPECT_THAT(Pool(), ElementsAre(connection));
-  EXPECT_TRUE(collector_.HasVisitor());
   EXPECT_EQ(connection->ssl, nullptr);
   EXPECT_GE(connection->lastUsed, now_);
   EXPECT_EQ(fcntl(connection->socketFd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
@@ -92,6 +93,21 @@ TEST_F(SyslogPool, ConnectionIsUsedAgainAlsoWhileItIsHeld) {
   sender_->releaseConnection(connection);
   sender_->releaseConnection(connection);
   EXPECT_EQ(sender_->getConnection(), connection);
+  EXPECT_EQ(Counters().connectionsOpened, 1U);
+}
+
+TEST_F(SyslogPool, CallersThatWaitForAConnectionShareOne) {
+  std::vector<std::future<Connection*>> callers;
+  {
+    const MutexLock lock(sender_->poolMutex);
+    for (int i = 0; i < 4; ++i) {
+      callers.push_back(
+          std::async(std::launch::async, [this] { return sender_->getConnection(); }));
+    }
+  }
+  std::set<Connection*> connections;
+  for (auto& caller : callers) connections.insert(caller.get());
+  EXPECT_THAT(connections, ElementsAre(Pool().at(0)));
   EXPECT_EQ(Counters().connectionsOpened, 1U);
 }
 
@@ -178,7 +194,7 @@ TEST_F(SyslogPool, OfSeveralLeastRecentlyUsedTheFirstGoes) {
 
 TEST_F(SyslogPool, ConnectionThatCannotBeOpenedTakesNobodysPlace) {
   const std::vector<Connection*> expected = FillWithDead();
-  collector_.Close();
+  collector_.Refuse();
   (void)SenderSays([this] { EXPECT_EQ(sender_->getConnection(), nullptr); });
   EXPECT_EQ(Pool(), expected);
 }
@@ -222,8 +238,11 @@ TEST_F(SyslogPool, HeldConnectionIsNotClosedByEvictionBeforeItsRelease) {
 }
 
 TEST_F(SyslogPool, SenderThatEndsClosesWhatIsHeldToo) {
-  (void)sender_->getConnection();
+  sender_->getConnection()->lastUsed = now_ - seconds(301);
+  EXPECT_NE(sender_->getConnection(), nullptr);  // the first one has left the pool
+  EXPECT_EQ(Counters().connectionsOpened, 2U);
   EXPECT_TRUE(SenderEndsSoon());
+  EXPECT_EQ(collector_.Accept().ReadToEnd(), "");
   EXPECT_EQ(collector_.Accept().ReadToEnd(), "");
 }
 
@@ -273,10 +292,13 @@ TEST_F(SyslogPool, CleanupOfAHeldConnectionLeavesItToItsHolder) {
     const MutexLock lock(sender_->poolMutex);
     sender_->cleanupConnection(connection);
   }
-  (void)SenderSays([&] { sender_->sendBatch(connection, {"stored"}); });
+  const int socket = connection->socketFd;
+  EXPECT_TRUE(IsOpen(socket));
+  EXPECT_EQ(SenderSays([&] { sender_->sendBatch(connection, {"stored"}); }),
+            "Batch send failed (TCP): Broken pipe\n");
   sender_->releaseConnection(connection);
   sender_->releaseConnection(connection);
-  EXPECT_EQ(StoredText(), "stored\n");
+  EXPECT_FALSE(IsOpen(socket));
   EXPECT_THAT(Pool(), IsEmpty());
 }
 

@@ -1,8 +1,6 @@
 // Batch files on a disk that is full or read-only.
 
-#include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 

@@ -1,7 +1,5 @@
 // Several handlers that meet in the folder of batch files.
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 

@@ -18,7 +18,6 @@
 namespace wkagent::test {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr int kMost = WKSyslogRetryHandler::MAX_LINES_PER_BATCH_FILE;

@@ -1,13 +1,15 @@
 // The thread that runs the passes.
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <memory>
+#include <future>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
 #include "support/gate.h"
+#include "support/intercepted_wait.h"
 #include "syslog/retry_fixture.h"
 #include "support/threads.h"
 
@@ -15,9 +17,13 @@ namespace wkagent::test {
 namespace {
 
 using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
+using std::chrono::seconds;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
+
+// Longer than any wait but that for the next pass.
+constexpr seconds kLongWait(60);
 
 class SyslogRetryThread : public RetryTest {
  protected:
@@ -75,6 +81,22 @@ TEST_F(SyslogRetryThread, WaitsBeforeItsFirstPass) {
   EXPECT_THAT(BatchFiles(), ElementsAre("nsa_batch_1"));
 }
 
+TEST_F(SyslogRetryThread, RunsAPassEvery300Seconds) {
+  handler_.shutdown();
+  std::atomic<nanoseconds> longest{};
+  const InterceptedWait waits([&](nanoseconds wait) {
+    longest = std::max(longest.load(), wait);
+    return wait > kLongWait ? nanoseconds::zero() : wait;
+  });
+  WKSyslogRetryHandler other;
+  for (const char* name : {"nsa_batch_1", "nsa_batch_2"}) {
+    PutBatchFile(name, "a\n");
+    EXPECT_TRUE(WaitUntil([] { return BatchFiles().empty(); }));
+  }
+  EXPECT_LE(longest.load(), seconds(300));
+  EXPECT_GT(longest.load(), seconds(270));  // the machine may be slow
+}
+
 TEST_F(SyslogRetryThread, RunsAPassWhenItIsWoken) {
   PutBatchFile("nsa_batch_1", "a\nb\n");
   EXPECT_TRUE(WakeUntil([] { return BatchFiles().empty(); }));
@@ -129,6 +151,20 @@ TEST_F(SyslogRetryThread, ExceptionEndsThePassAndKeepsTheFile) {
   EXPECT_EQ(said, "Retry thread error: no\n");
   EXPECT_THAT(recipient_.Offered(), ElementsAre("a"));
   EXPECT_EQ(StoredText(), "a\nb\nc\n");
+}
+
+TEST_F(SyslogRetryThread, CanBeWaitedForAsLongAsItTakes) {
+  std::atomic<bool> waits = false;
+  const InterceptedWait waiting([&](nanoseconds wait) {
+    waits = waits || wait > std::chrono::hours(24);
+    return wait;
+  });
+  auto ended = std::async(std::launch::async,
+                          [this] { return handler_.WaitForThread(milliseconds::max()); });
+  EXPECT_TRUE(WaitUntil([&] { return waits.load(); }));
+  EXPECT_FALSE(handler_.WaitForThread(milliseconds::min()));
+  handler_.shutdown();
+  EXPECT_TRUE(ended.get());
 }
 
 TEST_F(SyslogRetryThread, StopsAfterTheLineThatItIsSending) {
@@ -189,11 +225,26 @@ TEST_F(SyslogRetryThread, DestructorShutsDown) {
   EXPECT_THAT(PassOffers(), ElementsAre("a"));
 }
 
-// The thread may not have begun to wait: no wake-up may get lost.
 TEST_F(SyslogRetryThread, CanBeShutDownAtOnce) {
   handler_.shutdown();
   for (int i = 0; i < 200; ++i) WKSyslogRetryHandler();
   EXPECT_TRUE(ThreadsAre("wk-retry", 0));
+}
+
+// It has seen no stop yet, and would not hear the wake-up.
+TEST_F(SyslogRetryThread, CanBeShutDownWhenItIsAboutToWait) {
+  handler_.shutdown();
+  const InterceptedWait waits([this](nanoseconds wait) {
+    if (wait > kLongWait) gate_.Pass();
+    return wait;
+  });
+  WKSyslogRetryHandler other;
+  ASSERT_TRUE(gate_.WaitForVisitor());
+  std::thread end([&] { other.shutdown(); });
+  EXPECT_TRUE(WaitUntil([&] { return other.stopRequested.load(); }));
+  gate_.Open();
+  end.join();
+  EXPECT_FALSE(other.retryThread.joinable());
 }
 
 TEST_F(SyslogRetryThread, TakesNoSignalsOfTheHost) {

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <sys/socket.h>
@@ -18,7 +19,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr std::size_t kQueueLimit = 100000;
@@ -52,6 +52,17 @@ TEST_F(SyslogSafeDelivery, ContinuesAWriteThatWasTakenInPart) {
   EXPECT_THAT(sends.Texts(), ElementsAre("long line\n", " line\n", "e\n"));
   EXPECT_THAT(collector_.Accept().ReadLines(1), ElementsAre("long line"));
   EXPECT_EQ(Counters().sent, 1U);
+}
+
+TEST_F(SyslogSafeDelivery, KeepsLinesOfSeveralThreadsApart) {
+  const InterceptedSend sends(InterceptedSend::TakingAtMost(1));
+  const std::string tail(200, '.');
+  std::vector<std::string> lines = FromThreads([&](const std::string& line) {
+    EXPECT_TRUE(sender_->sendTCP(line + tail));  // in more than 200 calls
+  });
+  for (std::string& line : lines) line += tail;
+  EXPECT_THAT(collector_.Accept().ReadLines(lines.size()),
+              testing::UnorderedElementsAreArray(lines));
 }
 
 TEST_F(SyslogSafeDelivery, StoresTheBatchWhoseContinuationFails) {
@@ -110,7 +121,7 @@ TEST_F(SyslogSafeDelivery, StoresLinesAtOnceWhileTheQueueIsFull) {
 }
 
 TEST_F(SyslogSafeDelivery, KeepsLinesThatCanBeNeitherSentNorStored) {
-  collector_.Close();
+  collector_.Refuse();
   BlockStore();
   (void)Complaints([this] {
     Send(Numbered("line", 150));
@@ -128,7 +139,7 @@ TEST_F(SyslogSafeDelivery, KeepsLinesInOrderOnADiskThatFillsUp) {
   MountTmpfs(kAuditData, "size=32k");
   std::vector<std::string> lines = Numbered("line", 60);
   for (std::string& line : lines) line.resize(999, '.');
-  collector_.Close();
+  collector_.Refuse();
   (void)Complaints([&] {
     QueueTogether(lines);
     EXPECT_TRUE(StoringFails(1));
@@ -149,6 +160,7 @@ TEST_F(SyslogSafeDelivery, StoresWhatIsQueuedWhenTheSenderEnds) {
     QueueTogether(Numbered("line", 500));
     sender_->running = false;
   }
+  ASSERT_TRUE(WaitUntil([this] { return Counters().sent == 1; }));
   EXPECT_TRUE(SenderEndsSoon());
   EXPECT_THAT(sends.Texts(), ElementsAre("in hand\n"));
   EXPECT_EQ(StoredText(), Text(Numbered("line", 500)));
@@ -156,20 +168,20 @@ TEST_F(SyslogSafeDelivery, StoresWhatIsQueuedWhenTheSenderEnds) {
 
 TEST_F(SyslogSafeDelivery, LosesNothingWhereverTheEndFallsIn) {
   sender_.reset();
-  std::string sent;
   for (int i = 0; i < 20; ++i) {
     StartTcp();
     sender_->SetSafeDelivery(true);
+    EXPECT_TRUE(sender_->sendTCP("first"));
     Send(Numbered("line", 300));
     sender_.reset();
-    sent = collector_.HasVisitor() ? collector_.Accept().ReadToEnd() : "";
-    EXPECT_EQ(sent + StoredText(), Text(Numbered("line", 300)));
+    const std::string sent = collector_.Accept().ReadToEnd();
+    EXPECT_EQ(sent + StoredText(), "first\n" + Text(Numbered("line", 300)));
     std::filesystem::remove_all(kStore);
   }
 }
 
 TEST_F(SyslogSafeDelivery, ReportsHowManyLinesTheEndLost) {
-  collector_.Close();
+  collector_.Refuse();
   BlockStore();
   const std::string said = Complaints([this] {
     QueueTogether(Numbered("line", 3));

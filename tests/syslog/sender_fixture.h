@@ -1,12 +1,16 @@
 #ifndef WKAGENT_TESTS_SYSLOG_SENDER_FIXTURE_H
 #define WKAGENT_TESTS_SYSLOG_SENDER_FIXTURE_H
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <future>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
+
+#include <poll.h>
 
 #include <wkagent/syslog.h>
 
@@ -36,6 +40,20 @@ class SenderTest : public SyslogTest {
     for (const std::string& line : lines) EXPECT_TRUE(sender_->send(line)) << line;
   }
 
+  // Lets several threads call `act` with lines of their own; all the lines.
+  template <typename Act>
+  static std::vector<std::string> FromThreads(Act act) {
+    std::vector<std::string> all;
+    std::vector<std::thread> threads;
+    for (const char* word : {"red", "green", "blue"}) {
+      const std::vector<std::string> lines = Numbered(word, 100);
+      all.insert(all.end(), lines.begin(), lines.end());
+      threads.emplace_back([act, lines] { std::for_each(lines.begin(), lines.end(), act); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    return all;
+  }
+
   // Puts lines into the queue that the worker finds together.
   void QueueTogether(const std::vector<std::string>& lines) const {
     const MutexLock lock(sender_->queueMutex);
@@ -59,6 +77,15 @@ class SenderTest : public SyslogTest {
   [[nodiscard]] bool SenderEndsSoon() {
     const auto ended = std::async(std::launch::async, [this] { sender_.reset(); });
     return ended.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+  }
+
+  // Waits until what the collector did has come to the sender's end of its first connection: POLLIN
+  // for a text, POLLRDHUP for the end.
+  [[nodiscard]] bool Arrives(short event) const {
+    return WaitUntil([&] {
+      pollfd events{Pool().at(0)->socketFd, event, 0};
+      return poll(&events, 1, 0) > 0;
+    });
   }
 
   [[nodiscard]] std::vector<Connection*> Pool() const {

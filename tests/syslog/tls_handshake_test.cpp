@@ -68,7 +68,7 @@ TEST_F(SyslogTlsHandshake, ThatFailsIsTriedAgainWithTheNextLine) {
 
 TEST_F(SyslogTlsHandshake, RefusedConnectionIsReported) {
   StartTls();
-  collector_.Close();
+  collector_.Refuse();
   EXPECT_EQ(SenderSays([this] { EXPECT_FALSE(sender_->sendTLS("line")); }),
             "Connect failed: Connection refused\n");
 }

@@ -2,9 +2,8 @@
 
 #include <cerrno>
 #include <string>
-#include <vector>
 
-#include <sys/socket.h>
+#include <fcntl.h>
 
 #include "support/intercepted_send.h"
 #include "syslog/sender_fixture.h"
@@ -12,7 +11,6 @@
 namespace wkagent::test {
 namespace {
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -94,6 +92,7 @@ TEST_F(SyslogWriteFailure, LeavesTheHolderOfABrokenConnectionOnIt) {
   Connection* const one = sender_->getConnection();
   Connection* const same = sender_->getConnection();
   EXPECT_EQ(one, same);
+  const int socket = one->socketFd;
   EXPECT_EQ(SenderSays([&] {
               sender_->sendBatch(one, {"a"});
               sender_->releaseConnection(one);
@@ -102,6 +101,7 @@ TEST_F(SyslogWriteFailure, LeavesTheHolderOfABrokenConnectionOnIt) {
             }),
             std::string(kReset) + kReset);
   EXPECT_EQ(StoredText(), "a\nb\n");
+  EXPECT_LT(fcntl(socket, F_GETFD), 0);
 }
 
 TEST_F(SyslogWriteFailure, EmptyBatchIsAFailureWithNothingToStore) {
@@ -124,7 +124,7 @@ TEST_F(SyslogWriteFailure, ShortWriteIsASuccessAndNotContinued) {
 }
 
 TEST_F(SyslogWriteFailure, WithoutConnectionTheBatchIsStoredInOrder) {
-  collector_.Close();
+  collector_.Refuse();
   EXPECT_EQ(SenderSays([this] {
               QueueTogether(Numbered("line", 150));
               EXPECT_TRUE(QueueEmpties());
@@ -135,13 +135,13 @@ TEST_F(SyslogWriteFailure, WithoutConnectionTheBatchIsStoredInOrder) {
 }
 
 TEST_F(SyslogWriteFailure, SendReturnsTrueWithoutConnection) {
-  collector_.Close();
+  collector_.Refuse();
   (void)SenderSays([this] { SendAndWait({"line"}); });
   EXPECT_EQ(StoredText(), "line\n");
 }
 
 TEST_F(SyslogWriteFailure, LinesThatCannotBeStoredEitherAreDropped) {
-  collector_.Close();
+  collector_.Refuse();
   BlockStore();
   (void)Complaints([this] { SendAndWait({"a", "b"}); });
   EXPECT_EQ(Counters().dropped, 2U);
