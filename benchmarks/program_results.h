@@ -29,16 +29,17 @@ class ProgramResults {
   // `name` is "PROGRAM/CASE/CONTENDER"; the times are seconds for the same work of all contenders.
   void Add(const std::string& name, int repetition, double cpu, double wall) {
     entries_.push_back("{\"name\": \"" + name + R"(", "run_type": "iteration", )" +
-                       "\"repetition_index\": " + std::to_string(repetition) + ", \"cpu_time\": " +
-                       std::to_string(cpu) + ", \"real_time\": " + std::to_string(wall) +
-                       R"(, "time_unit": "s"})");
+                       "\"repetition_index\": " + std::to_string(repetition) +
+                       ", \"cpu_time\": " + std::to_string(cpu) +
+                       ", \"real_time\": " + std::to_string(wall) + R"(, "time_unit": "s"})");
   }
 
   void Write() const {
     if (path_.empty()) return;
     std::ofstream file(path_);
     file << "{\"benchmarks\": [";
-    for (std::size_t i = 0; i < entries_.size(); ++i) file << (i == 0 ? "\n" : ",\n") << entries_[i];
+    for (std::size_t i = 0; i < entries_.size(); ++i)
+      file << (i == 0 ? "\n" : ",\n") << entries_[i];
     file << "\n]}\n";
     if (!file.flush()) throw std::runtime_error("cannot write " + path_);
   }

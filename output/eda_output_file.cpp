@@ -4,6 +4,8 @@
 
 #include "output/record_writer.h"
 
+using wkagent::BoundedView;
+
 namespace {
 
 struct Category {
@@ -25,29 +27,29 @@ WKEDAOutputFile::WKEDAOutputFile(char* file, const char* root, const char* group
     : WKOutputFile(file, root, group) {}
 
 int WKEDAOutputFile::WriteAuditData(tagWKEventData* event) {
-  const wkagent::RecordWriter record(*this, *event);
-  WriteStartRecord("EDADataRecord");
-  record.Text("Origin", "EDA");
-  record.Text("Source", "Linux");
-  record.Text("Category", "eDirectory");
-  record.Number("EventID", event->EventID);
-  record.Number("Status", static_cast<int>(event->Status));
-  record.Field("UserName", event->UserName);
-  record.Text("UserGUID", "");
-  record.Field("NodeAddress", event->NodeAddress);
-  record.Field("Class1", event->Class1);
-  record.Field("Object1", event->Object1);
-  record.Text("ObjectGuid1", "");
-  record.Field("Attribute1", event->Attribute1);
-  record.Field("AttributeValue", event->AttributeValue);
-  record.Field("Class2", event->Class2);
-  record.Field("Object2", event->Object2);
-  record.Text("ObjectGuid2", "");
-  record.Field("ServerName", event->ServerName);
-  record.Field("TreeName", event->TreeName);
-  record.Text("RecordHash", "");
-  record.Dates();
-  return WriteEndRecord();
+  const auto layout = [event](auto& record, const wkagent::RecordDates& dates) {
+    record.Attribute("Origin", "EDA");
+    record.Attribute("Source", "Linux");
+    record.Attribute("Category", "eDirectory");
+    record.Number("EventID", event->EventID);
+    record.Number("Status", static_cast<int>(event->Status));
+    record.Attribute("UserName", BoundedView(event->UserName));
+    record.Attribute("UserGUID", "");
+    record.Attribute("NodeAddress", BoundedView(event->NodeAddress));
+    record.Attribute("Class1", BoundedView(event->Class1));
+    record.Attribute("Object1", BoundedView(event->Object1));
+    record.Attribute("ObjectGuid1", "");
+    record.Attribute("Attribute1", BoundedView(event->Attribute1));
+    record.Attribute("AttributeValue", BoundedView(event->AttributeValue));
+    record.Attribute("Class2", BoundedView(event->Class2));
+    record.Attribute("Object2", BoundedView(event->Object2));
+    record.Attribute("ObjectGuid2", "");
+    record.Attribute("ServerName", BoundedView(event->ServerName));
+    record.Attribute("TreeName", BoundedView(event->TreeName));
+    record.Attribute("RecordHash", "");
+    wkagent::WriteDates(record, dates);
+  };
+  return WriteRecord("EDADataRecord", *event, layout);
 }
 
 void WKEDAOutputFile::GetCategory(unsigned short eventCode, char* category) {

@@ -2,6 +2,8 @@
 
 #include "output/record_writer.h"
 
+using wkagent::BoundedView;
+
 namespace {
 
 constexpr int kLogin = 21001;
@@ -12,19 +14,19 @@ WKELAOutputFile::WKELAOutputFile(char* file, const char* root, const char* group
     : WKOutputFile(file, root, group) {}
 
 int WKELAOutputFile::WriteAuditData(tagWKEventData* event) {
-  const wkagent::RecordWriter record(*this, *event);
-  WriteStartRecord("ELADataRecord");
-  record.Text("Origin", "ELA");
-  record.Text("Source", "Linux");
-  record.Text("Category", event->EventID == kLogin ? "Login" : "Logout");
-  record.Number("EventID", event->EventID);
-  record.Number("Status", static_cast<int>(event->Status));
-  record.Field("UserName", event->UserName);
-  record.Text("UserGUID", "");
-  record.Field("NodeAddress", event->NodeAddress);
-  record.Field("ServerName", event->ServerName);
-  record.Field("TreeName", event->TreeName);
-  record.Text("RecordHash", "");
-  record.Dates();
-  return WriteEndRecord();
+  const auto layout = [event](auto& record, const wkagent::RecordDates& dates) {
+    record.Attribute("Origin", "ELA");
+    record.Attribute("Source", "Linux");
+    record.Attribute("Category", event->EventID == kLogin ? "Login" : "Logout");
+    record.Number("EventID", event->EventID);
+    record.Number("Status", static_cast<int>(event->Status));
+    record.Attribute("UserName", BoundedView(event->UserName));
+    record.Attribute("UserGUID", "");
+    record.Attribute("NodeAddress", BoundedView(event->NodeAddress));
+    record.Attribute("ServerName", BoundedView(event->ServerName));
+    record.Attribute("TreeName", BoundedView(event->TreeName));
+    record.Attribute("RecordHash", "");
+    wkagent::WriteDates(record, dates);
+  };
+  return WriteRecord("ELADataRecord", *event, layout);
 }

@@ -1,6 +1,7 @@
 #include "output/live_file.h"
 
 #include <cerrno>
+#include <cstring>
 #include <memory>
 
 #include <fcntl.h>
@@ -11,25 +12,55 @@
 namespace wkagent {
 namespace {
 
-struct LiveFile {
-  Fd fd;
-  int* error;
-};
+// libxml2 hands over its text once there is this much of it. With less it has been told to flush.
+constexpr int kFullBuffer = 4000;
 
-// The callbacks of an xmlOutputBuffer, which owns the LiveFile until it closes it.
-int WriteAll(void* context, const char* data, int length) {
-  const auto* file = static_cast<LiveFile*>(context);
-  int done = 0;
-  while (done < length && *file->error == 0) {
-    const ssize_t written =
-        write(file->fd.Get(), data + done, static_cast<std::size_t>(length - done));
-    if (written >= 0) {
-      done += static_cast<int>(written);
-    } else if (errno != EINTR) {
-      *file->error = errno;
+// Gathers text into blocks, as a write of a few KiB costs mostly the call.
+class LiveFile {
+ public:
+  LiveFile(Fd fd, int* error) : fd_(std::move(fd)), error_(error) {}
+
+  // Takes text and, where `flush` says so, writes all that it has. False after an error.
+  [[nodiscard]] bool Write(const char* data, std::size_t length, bool flush) {
+    if (used_ + length > kBlock) {
+      WriteOut(block_.get(), std::exchange(used_, 0));
+      if (length > kBlock) {
+        WriteOut(data, length);
+        return *error_ == 0;
+      }
+    }
+    std::memcpy(block_.get() + used_, data, length);
+    used_ += length;
+    if (flush) WriteOut(block_.get(), std::exchange(used_, 0));
+    return *error_ == 0;
+  }
+
+ private:
+  static constexpr std::size_t kBlock = std::size_t{32} << 10;
+
+  void WriteOut(const char* data, std::size_t length) {
+    std::size_t done = 0;
+    while (done < length && *error_ == 0) {
+      const ssize_t written = write(fd_.Get(), data + done, length - done);
+      if (written >= 0) {
+        done += static_cast<std::size_t>(written);
+      } else if (errno != EINTR) {
+        *error_ = errno;
+      }
     }
   }
-  return *file->error == 0 ? length : -1;
+
+  const Fd fd_;
+  int* const error_;
+  const std::unique_ptr<char[]> block_ = std::make_unique<char[]>(kBlock);
+  std::size_t used_ = 0;
+};
+
+// The callbacks of an xmlOutputBuffer, which owns the LiveFile until it closes it, flushed.
+int WriteText(void* context, const char* data, int length) {
+  auto* const file = static_cast<LiveFile*>(context);
+  const bool flush = length < kFullBuffer;
+  return file->Write(data, static_cast<std::size_t>(length), flush) ? length : -1;
 }
 
 int CloseFile(void* context) {
@@ -39,16 +70,21 @@ int CloseFile(void* context) {
 
 }  // namespace
 
-xmlTextWriter* NewFileWriter(const char* path, int* error) {
+xmlTextWriter* NewFileWriter(const char* path, int* error, xmlOutputBuffer** textBuffer) {
   Fd fd(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
   if (!fd.IsOpen()) return nullptr;
   *error = 0;
-  auto file = std::make_unique<LiveFile>(LiveFile{std::move(fd), error});
-  xmlOutputBuffer* const buffer = xmlOutputBufferCreateIO(WriteAll, CloseFile, file.get(), nullptr);
+  auto file = std::make_unique<LiveFile>(std::move(fd), error);
+  xmlOutputBuffer* const buffer =
+      xmlOutputBufferCreateIO(WriteText, CloseFile, file.get(), nullptr);
   if (buffer == nullptr) return nullptr;
   file.release();  // the buffer closes it
   xmlTextWriter* const writer = xmlNewTextWriter(buffer);
-  if (writer == nullptr) xmlOutputBufferClose(buffer);
+  if (writer == nullptr) {
+    xmlOutputBufferClose(buffer);
+  } else if (textBuffer != nullptr) {
+    *textBuffer = buffer;
+  }
   return writer;
 }
 

@@ -15,17 +15,9 @@
 #include "core/printed_text.h"
 #include "core/time_stamp.h"
 #include "output/live_file.h"
+#include "output/output_state.h"
 #include "output/safe_archive.h"
 #include "output/unfinished_file.h"
-
-// What an output file keeps beside its listed members.
-class WKOutputFile::State {
- public:
-  bool safe = false;
-  int archived = 0;
-  int writeError = 0;         // of the open file
-  int earlierWriteError = 0;  // of those before it, since the host's OpenFile
-};
 
 namespace {
 
@@ -71,9 +63,12 @@ int WKOutputFile::OpenFile() {
   recordCount = 0;
   state_->earlierWriteError = 0;
   state_->writeError = 0;
+  state_->level = 0;
+  state_->elementEnded = false;
   if (!cleared) return 1;
 
-  writer = wkagent::NewFileWriter(fileName, &state_->writeError);
+  writer = wkagent::NewFileWriter(fileName, &state_->writeError, &state_->buffer);
+  state_->fileWriter = writer;
   if (writer == nullptr) {
     wkagent::FormatBounded(errorText, "xmlNewTextWriterFilename failed to open file %s", fileName);
     Report();
@@ -146,18 +141,24 @@ void WKOutputFile::CloseFile() {
 
 int WKOutputFile::WriteStartRecord(const char* recordElement) {
   if (writer == nullptr) return 1;
-  if (recordCount == thresholdLimit) {
-    if (ThresholdLimitReached() != 0) {
-      wkagent::CopyBounded(errorText, "Error in new file");
-      Report();
-    }
-    recordCount = 0;
-  }
+  RotateWhenFull();
   return WriteStartElement(recordElement);
 }
 
+void WKOutputFile::RotateWhenFull() {
+  if (recordCount != thresholdLimit) return;
+  if (ThresholdLimitReached() != 0) {
+    wkagent::CopyBounded(errorText, "Error in new file");
+    Report();
+  }
+  recordCount = 0;
+}
+
 int WKOutputFile::WriteStartElement(const char* name) {
-  if (xmlTextWriterStartElement(writer, Xml(name)) >= 0) return 0;
+  if (xmlTextWriterStartElement(writer, Xml(name)) >= 0) {
+    ++state_->level;
+    return 0;
+  }
   wkagent::FormatBounded(errorText, "Error in start element %s\n", wkagent::TextOrEmpty(name));
   Report();
   return 1;
@@ -173,7 +174,11 @@ int WKOutputFile::WriteElementAttribute(const char* name, const char* value) {
 }
 
 int WKOutputFile::WriteEndElement() {
-  if (xmlTextWriterEndElement(writer) >= 0) return 0;
+  if (xmlTextWriterEndElement(writer) >= 0) {
+    --state_->level;
+    state_->elementEnded = true;
+    return 0;
+  }
   wkagent::CopyBounded(errorText, "Error in end element\n");
   Report();
   return 1;

@@ -1,49 +1,70 @@
 #ifndef WKAGENT_OUTPUT_RECORD_WRITER_H
 #define WKAGENT_OUTPUT_RECORD_WRITER_H
 
+#include <string_view>
+
 #include <wkagent/output.h>
 
 #include "core/bounded_copy.h"
+#include "output/output_state.h"
 #include "output/record_dates.h"
+#include "output/record_text.h"
 
 namespace wkagent {
 
-// Writes the attributes of one event's record.
-class RecordWriter {
+// Writes a record attribute by attribute, through the text writer of libxml2.
+class RecordAttributes {
  public:
-  RecordWriter(WKOutputFile& output, const tagWKEventData& event)
-      : output_(output), dates_(event.EventTime) {}
+  explicit RecordAttributes(WKOutputFile& output) : output_(output) {}
 
-  void Text(const char* name, const char* value) const {
-    output_.WriteElementAttribute(name, value);
+  void Attribute(const char* name, std::string_view value) {
+    // As long as the longest value; all come from fields, dates and literals.
+    char text[sizeof(tagWKEventData)];
+    text[value.copy(text, sizeof(text) - 1)] = '\0';
+    output_.WriteElementAttribute(name, text);
   }
 
-  void Number(const char* name, int value) const {
+  void Number(const char* name, int value) {
     char text[16];
     FormatBounded(text, "%d", value);
-    Text(name, text);
-  }
-
-  // A field of the event; one that is full has no terminator of its own.
-  template <std::size_t kSize>
-  void Field(const char* name, const char (&field)[kSize]) const {
-    char text[kSize + 1];
-    CopyField(text, field);
-    Text(name, text);
-  }
-
-  // The three dates at the end. Deliberate: the first is the event's time, not the current one.
-  void Dates() const {
-    Text("InsertDate", dates_.local);
-    Text("LogDate", dates_.local);
-    Text("UTCDate", dates_.utc);
+    output_.WriteElementAttribute(name, text);
   }
 
  private:
   WKOutputFile& output_;
-  const RecordDates dates_;
 };
 
+// The three dates at the end of a record. Deliberate: the first is the event's time, not the
+// current one.
+template <typename Record>
+void WriteDates(Record& record, const RecordDates& dates) {
+  record.Attribute("InsertDate", dates.local);
+  record.Attribute("LogDate", dates.local);
+  record.Attribute("UTCDate", dates.utc);
+}
+
 }  // namespace wkagent
+
+// `layout(record, dates)` hands the attributes to `record`, either of the two above.
+template <typename Layout>
+int WKOutputFile::WriteRecord(const char* element, const tagWKEventData& event, Layout layout) {
+  const wkagent::RecordDates& dates = state_->dates.Of(event.EventTime);
+  if (writer != nullptr) {
+    RotateWhenFull();
+    if (state_->TakesText(writer)) {
+      state_->text.Begin(element);
+      layout(state_->text, dates);
+      state_->text.End();
+      if (state_->Put(state_->text.View())) {
+        ++recordCount;
+        return 0;
+      }
+    }
+    WriteStartElement(element);
+  }
+  wkagent::RecordAttributes record(*this);
+  layout(record, dates);
+  return WriteEndRecord();
+}
 
 #endif  // WKAGENT_OUTPUT_RECORD_WRITER_H

@@ -29,6 +29,7 @@
 #include <wkagent/export.h>
 
 struct _xmlTextWriter;
+struct tagWKEventData;
 
 // WKOutputFile writes records as the elements of an XML document, counts them and rotates the file.
 // It owns the open document; one thread at a time may use an object. Each error and notice is put
@@ -99,8 +100,8 @@ class WKAGENT_EXPORT WKOutputFile : public WKLogStatus {
   // The number of files that this object has archived.
   int GetArchivedCount();
 
-  // Writes what is buffered to the file, so that others can read it. Returns 0, or 1 when that
-  // fails or no document is open. The file is not complete XML before CloseFile.
+  // Writes what is buffered, up to 36 KiB, to the file, so that others can read it. Returns 0, or 1
+  // when that fails or no document is open. The file is not complete XML before CloseFile.
   int FlushFile();
 
   // The errno of the first write to the live file that failed since OpenFile, 0 when none did. A
@@ -115,8 +116,15 @@ class WKAGENT_EXPORT WKOutputFile : public WKLogStatus {
   char fileName[255];
   char errorText[500];
 
+ protected:
+  // Writes one whole record, with the attributes that `layout` names.
+  template <typename Layout>
+  int WriteRecord(const char* element, const tagWKEventData& event, Layout layout);
+
  private:
   class State;
+
+  void RotateWhenFull();
 
   void Report();
   int ArchiveFile(const char* from, const char* stamp);

@@ -136,5 +136,61 @@ TEST_F(WrittenBytes, OfEachSingleCharacterAreThoseOfLibxml2) {
   ExpectReference("live.xml", records, "Record");
 }
 
+TEST_F(WrittenBytes, OfEachSingleByteInARecordAreThoseOfLibxml2) {
+  Logged<WKEDAOutputFile> output;
+  std::vector<Attributes> records;
+  ASSERT_EQ(0, output.OpenFile());
+  for (int byte = 1; byte <= 255; ++byte) {
+    tagWKEventData event = SampleEvent();
+    for (const std::size_t place : {0U, 15U, 16U, 31U, 40U}) {
+      event.Object1[place] = static_cast<char>(byte);
+    }
+    records.push_back(ExpectedAttributes(event));
+    output.WriteAuditData(&event);
+  }
+  output.CloseFile();
+  ExpectReference("live.xml", records);
+}
+
+// Ways to put something of one's own between records.
+TEST_F(WrittenBytes, OfRecordsAmongOtherElementsAreThoseOfTheirAttributes) {
+  const auto write = [](Logged<WKEDAOutputFile>& output, auto writeRecord) {
+    ASSERT_EQ(0, output.OpenFile());
+    output.WriteElementAttribute("Of", "the group");
+    for (int i = 0; i < 3; ++i) writeRecord();
+    output.WriteElementAttribute("Too", "late");
+    output.WriteStartRecord("Own");
+    writeRecord();
+    writeRecord();
+    output.WriteEndRecord();
+    for (int i = 0; i < 3; ++i) writeRecord();
+    output.WriteEndElement();
+    for (int i = 0; i < 2; ++i) writeRecord();
+    output.WriteEndElement();
+    for (int i = 0; i < 2; ++i) writeRecord();
+    output.CloseFile();
+  };
+  tagWKEventData event = SampleEvent();
+  Logged<WKEDAOutputFile> whole;
+  write(whole, [&] { whole.WriteAuditData(&event); });
+  const std::string bytes = home_.Read("bin/live.xml");
+  const std::vector<std::string> messages = log_.Messages();
+  std::filesystem::remove("live.xml");
+
+  Logged<WKEDAOutputFile> parts;
+  write(parts, [&] {
+    parts.WriteStartRecord("EDADataRecord");
+    for (const auto& [name, value] : ExpectedAttributes(event)) {
+      parts.WriteElementAttribute(name.c_str(), value.c_str());
+    }
+    parts.WriteEndRecord();
+  });
+  EXPECT_EQ(home_.Read("bin/live.xml"), bytes);
+  std::vector<std::string> twice = messages;
+  twice.insert(twice.end(), messages.begin(), messages.end());
+  EXPECT_EQ(twice, log_.Messages());
+  EXPECT_FALSE(messages.empty());
+}
+
 }  // namespace
 }  // namespace wkagent::test

@@ -1,0 +1,46 @@
+#ifndef WKAGENT_OUTPUT_OUTPUT_STATE_H
+#define WKAGENT_OUTPUT_OUTPUT_STATE_H
+
+#include <string_view>
+
+#include <libxml/xmlIO.h>
+
+#include <wkagent/output.h>
+
+#include "output/date_cache.h"
+#include "output/record_text.h"
+
+// What an output file keeps beside its listed members.
+class WKOutputFile::State {
+ public:
+  // Whether a whole record may be put into the writer's buffer as prepared text: the document is at
+  // the level of records, and its writer has already ended one, so that neither an open start tag
+  // nor an indentation is left to it. After an error everything goes through the writer, which
+  // fails attribute by attribute.
+  [[nodiscard]] bool TakesText(const _xmlTextWriter* writer) const {
+    return writer == fileWriter && buffer != nullptr && level == kRecordLevel && elementEnded &&
+           writeError == 0;
+  }
+
+  // False with the error noted when the file cannot be written.
+  [[nodiscard]] bool Put(std::string_view record) const {
+    return xmlOutputBufferWrite(buffer, static_cast<int>(record.size()), record.data()) >= 0;
+  }
+
+  static constexpr int kRecordLevel = 2;  // inside root and group
+
+  bool safe = false;
+  int archived = 0;
+  int writeError = 0;         // of the open file
+  int earlierWriteError = 0;  // of those before it, since the host's OpenFile
+
+  const _xmlTextWriter* fileWriter = nullptr;  // the writer of this buffer
+  xmlOutputBuffer* buffer = nullptr;           // where the document's text goes
+  int level = 0;                               // of open elements
+  bool elementEnded = false;
+
+  wkagent::RecordText text;
+  wkagent::DateCache dates;
+};
+
+#endif  // WKAGENT_OUTPUT_OUTPUT_STATE_H
