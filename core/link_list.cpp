@@ -3,13 +3,17 @@
 
 #include <wkagent/core.h>
 
+#include "core/watched_changes.h"
+
 CLinkList::CLinkList()
     : head(nullptr),
       tail(nullptr),
       current(nullptr),
       last(nullptr),
       sortPosition(nullptr),
-      count(0) {}
+      count(0),
+      revision_(0),
+      watched_(0) {}
 
 CLinkList::~CLinkList() { ClearList(); }
 
@@ -60,6 +64,7 @@ int CLinkList::TailChanged() { return current == tail ? 0 : 1; }
 void CLinkList::UpdateNode(void* data, int /*size*/) {
   if (last == nullptr || data == nullptr || last->size == 0) return;
   std::memcpy(last->data, data, static_cast<std::size_t>(last->size));
+  Changed();
 }
 
 void CLinkList::FreeNode(tagLinkList* node) {
@@ -71,6 +76,7 @@ void CLinkList::FreeNode(tagLinkList* node) {
   const std::unique_ptr<tagLinkList> owner(node);
   const std::unique_ptr<char[]> block(node->data);
   --count;
+  Changed();
 }
 
 void CLinkList::ClearList() {
@@ -93,6 +99,7 @@ void CLinkList::ClearElements() {
     std::memcpy(&object, node->data, sizeof(object));
     std::memset(node->data, 0, sizeof(object));
     ::operator delete(object);
+    Changed();
   }
   SetHead();
 }
@@ -130,6 +137,7 @@ tagLinkList* CLinkList::SwitchSortPosition() {
   (before == nullptr ? head : before->next) = second;
   (after == nullptr ? tail : after->prev) = first;
   sortPosition = second;
+  Changed();
   return second;
 }
 
@@ -140,6 +148,7 @@ tagLinkList* CLinkList::GetHeadListNode() {
   if (head != nullptr) head->prev = nullptr;
   last = nullptr;
   --count;
+  Changed();
   return node;
 }
 
@@ -153,4 +162,10 @@ void CLinkList::Append(tagLinkList* node) {
   (head == nullptr ? head : tail->next) = node;
   tail = node;
   ++count;
+  Changed();
+}
+
+void CLinkList::Changed() {
+  ++revision_;
+  if (watched_ != 0) wkagent::CountWatchedChange();
 }

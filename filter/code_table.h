@@ -20,6 +20,16 @@ template <std::size_t kCount>
   return code >= first && code - first < static_cast<int>(kCount) && flags[code - first] != 0;
 }
 
+// The set flags as bits, that of the first code lowest.
+template <std::size_t kCount>
+[[nodiscard]] std::uint32_t CodeBits(const std::int32_t (&flags)[kCount]) {
+  std::uint32_t bits = 0;
+  for (std::size_t index = 0; index < kCount; ++index) {
+    if (flags[index] != 0) bits |= std::uint32_t{1} << index;
+  }
+  return bits;
+}
+
 // Prints the set codes, a blank after each. Deliberate: each is printed as one less.
 template <std::size_t kCount>
 void PrintCodes(const std::int32_t (&flags)[kCount], int first) {

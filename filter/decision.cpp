@@ -25,4 +25,18 @@ AlertWrapper* AlertGathering::Append(int alertType) {
   return wrapper.release();
 }
 
+EventDecision::EventDecision(WKFilter& filter) : filter_(filter), gathering_(filter.alerts) {
+  filter_.alertsExcluded = false;
+  ReleaseAlerts(filter_.alerts);
+}
+
+bool EventDecision::Take(WKFilterStatement& covering) {
+  kept_ = !covering.IsExcluded();
+  if (!kept_ || covering.IsExcludeAlert()) ReleaseAlerts(filter_.alerts);
+  if (!kept_) return false;
+  if (covering.IsExcludeAlert()) filter_.alertsExcluded = true;
+  if (!filter_.alertsExcluded) gathering_.Gather(covering);
+  return true;
+}
+
 }  // namespace wkagent

@@ -11,6 +11,7 @@
 #include <wkagent/filter.h>
 
 #include "filter/pointer_list.h"
+#include "filter/statement_index.h"
 
 namespace wkagent {
 
@@ -29,30 +30,56 @@ class AlertGathering {
   bool syslogGathered_ = false;
 };
 
-// Decides an event that `covers(Statement&)` describes. `Statement` is the class of every object in
-// the filter's list.
+// The decision on one event.
+class EventDecision {
+ public:
+  // Forgets what the event before has left in the filter.
+  explicit EventDecision(WKFilter& filter);
+
+  // Takes the next statement that covers the event. False when it drops the event, which ends the
+  // decision.
+  [[nodiscard]] bool Take(WKFilterStatement& covering);
+
+  [[nodiscard]] bool IsKept() const { return kept_; }
+
+ private:
+  WKFilter& filter_;
+  AlertGathering gathering_;
+  bool kept_ = false;
+};
+
+// Decides an event that `covers(Statement&)` describes, trying every statement. `Statement` is the
+// class of every object in the filter's list.
 template <typename Statement, typename Covers>
 [[nodiscard]] bool DecideEvent(WKFilter& filter, Covers covers) {
-  filter.alertsExcluded = false;
-  ReleaseAlerts(filter.alerts);
-  AlertGathering gathering(filter.alerts);
-  bool kept = false;
+  EventDecision decision(filter);
   Statement* statement = nullptr;
   filter.statements.SetHead();
   while (filter.GetNode(&statement, sizeof(statement)) == 0) {
     if (statement == nullptr || !covers(*statement)) continue;
-    if (statement->IsExcluded()) {
-      ReleaseAlerts(filter.alerts);
-      return false;
-    }
-    kept = true;
-    if (statement->IsExcludeAlert()) {
-      filter.alertsExcluded = true;
-      ReleaseAlerts(filter.alerts);
-    }
-    if (!filter.alertsExcluded) gathering.Gather(*statement);
+    if (!decision.Take(*statement)) break;
   }
-  return kept;
+  return decision.IsKept();
+}
+
+// The same, trying only those that the index names. The list's cursor is left as above.
+template <typename Statement, typename Covers>
+[[nodiscard]] bool DecideIndexedEvent(WKFilter& filter, StatementIndex& index,
+                                      const EventShape& event, Covers covers) {
+  EventDecision decision(filter);
+  CLinkList& list = filter.statements;
+  list.last = list.tail;
+  list.current = nullptr;
+  index.Candidates(event).ForEach([&](std::size_t place) {
+    auto& statement = static_cast<Statement&>(index.StatementAt(place));
+    const bool covered =
+        index.IsCertain(place) ? statement.allDay || statement.PassTimeCheck() : covers(statement);
+    if (!covered || decision.Take(statement)) return true;
+    list.last = index.NodeAt(place);
+    list.current = list.last->next;
+    return false;
+  });
+  return decision.IsKept();
 }
 
 }  // namespace wkagent

@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <string_view>
 
 #include <strings.h>
 
@@ -10,14 +9,12 @@
 
 #include "core/printed_text.h"
 #include "filter/code_table.h"
-#include "filter/entity_match.h"
+#include "filter/list_matcher.h"
+#include "filter/object_name.h"
+#include "filter/operation_codes.h"
 #include "filter/statement_text.h"
 
-namespace {
-
-constexpr int kFirstOperation = 20001;
-
-}  // namespace
+using wkagent::kFirstDirectoryOperation;
 
 WKEDAFilterStatement::WKEDAFilterStatement()
     : allEDirectory(false),
@@ -35,19 +32,23 @@ WKEDAFilterStatement::~WKEDAFilterStatement() = default;
 
 void WKEDAFilterStatement::ReleaseOwned() {
   WKFilterStatement::ReleaseOwned();
+  for (auto* matcher : {&objectMatcher_, &classMatcher_, &attributeMatcher_, &valueMatcher_}) {
+    matcher->reset();
+  }
   auditedContext.Reset();
   for (CLinkList* list : {&objects, &classes, &attributes, &values}) list->ClearList();
 }
 
-void WKEDAFilterStatement::SetAllOpsFlag(bool on) { allOperations = on; }
-void WKEDAFilterStatement::SetAuditSubContexts(bool on) { auditSubContexts = on; }
-void WKEDAFilterStatement::SetAllObjFlag(bool on) { allObjects = on; }
-void WKEDAFilterStatement::SetAllClassFlag(bool on) { allClasses = on; }
-void WKEDAFilterStatement::SetAllAttrFlag(bool on) { allAttributes = on; }
-void WKEDAFilterStatement::SetAllValueFlag(bool on) { allValues = on; }
+void WKEDAFilterStatement::SetAllOpsFlag(bool on) { Change(allOperations, on); }
+void WKEDAFilterStatement::SetAuditSubContexts(bool on) { Change(auditSubContexts, on); }
+void WKEDAFilterStatement::SetAllObjFlag(bool on) { Change(allObjects, on); }
+void WKEDAFilterStatement::SetAllClassFlag(bool on) { Change(allClasses, on); }
+void WKEDAFilterStatement::SetAllAttrFlag(bool on) { Change(allAttributes, on); }
+void WKEDAFilterStatement::SetAllValueFlag(bool on) { Change(allValues, on); }
 
 void WKEDAFilterStatement::SetAuditedContext(char* context) {
   if (context == nullptr) return;
+  Changed();
   if (context[0] == '\0') {
     allEDirectory = true;
     auditedContext.Reset();
@@ -57,14 +58,19 @@ void WKEDAFilterStatement::SetAuditedContext(char* context) {
   auditedContext.Assign(context);
 }
 
-void WKEDAFilterStatement::ClearContext() { auditedContext.Reset(); }
+void WKEDAFilterStatement::ClearContext() {
+  auditedContext.Reset();
+  Changed();
+}
 
 void WKEDAFilterStatement::AddOperation(int code) {
-  wkagent::SetCode(operations, kFirstOperation, code);
+  wkagent::SetCode(operations, kFirstDirectoryOperation, code);
+  Changed();
 }
 
 void WKEDAFilterStatement::ClearOperations() {
   std::fill(std::begin(operations), std::end(operations), 0);
+  Changed();
 }
 
 void WKEDAFilterStatement::AddObject(char* name) {
@@ -81,28 +87,31 @@ bool WKEDAFilterStatement::PassContextCheck(char* context) {
   return strcasecmp(context, auditedContext) == 0;
 }
 
-bool WKEDAFilterStatement::PassObject(char* name) { return EntityMatch(name, objects); }
-bool WKEDAFilterStatement::PassClass(char* name) { return EntityMatch(name, classes); }
+bool WKEDAFilterStatement::PassObject(char* name) {
+  return wkagent::Occurs(objectMatcher_, objects, name);
+}
+bool WKEDAFilterStatement::PassClass(char* name) {
+  return wkagent::Occurs(classMatcher_, classes, name);
+}
 bool WKEDAFilterStatement::PassAttr(char* name) {
-  return name == nullptr || EntityMatch(name, attributes);
+  return name == nullptr || wkagent::Occurs(attributeMatcher_, attributes, name);
 }
 bool WKEDAFilterStatement::PassAttrValue(char* value) {
-  return value == nullptr || EntityMatch(value, values);
+  return value == nullptr || wkagent::Occurs(valueMatcher_, values, value);
 }
 
 bool WKEDAFilterStatement::PassStatement(int operation, char* user, char* node, char* object,
                                          char* className, char* attribute, char* value) {
   if (!enabled) return false;
-  if (!allOperations && !wkagent::IsCodeSet(operations, kFirstOperation, operation)) return false;
+  if (!allOperations && !wkagent::IsCodeSet(operations, kFirstDirectoryOperation, operation))
+    return false;
   if (user == nullptr || object == nullptr) return false;
 
-  char root[] = "[Root]";
-  char* const dot = std::strchr(object, '.');
-  const std::string_view ownName(
-      object, dot == nullptr ? std::strlen(object) : static_cast<std::size_t>(dot - object));
-  if (!allEDirectory && !PassContextCheck(dot == nullptr ? root : dot + 1)) return false;
+  const wkagent::ObjectName name(object);
+  // Only read there, and terminated.
+  if (!allEDirectory && !PassContextCheck(const_cast<char*>(name.context.data()))) return false;
   if (!PassStatement(user, node)) return false;
-  if (!allObjects && !wkagent::EntityOccurs(ownName, objects)) return false;
+  if (!allObjects && !wkagent::Occurs(objectMatcher_, objects, name.own)) return false;
   if (!allClasses && !PassClass(className)) return false;
   if (!allAttributes && !PassAttr(attribute)) return false;
   return allValues || PassAttrValue(value);
@@ -127,6 +136,6 @@ void WKEDAFilterStatement::PrintfFilter() {
   PrintLinkedList(values);
   std::printf("All Operations %d\n", allOperations);
   std::printf("Audited Operations: ");
-  wkagent::PrintCodes(operations, kFirstOperation);
+  wkagent::PrintCodes(operations, kFirstDirectoryOperation);
   std::puts("\nEnd of Statement");
 }

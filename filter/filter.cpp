@@ -6,6 +6,7 @@
 #include "filter/decision.h"
 #include "filter/dotted_name.h"
 #include "filter/pointer_list.h"
+#include "filter/statement_index.h"
 
 WKFilter::WKFilter(char* fileName) : filterPath{}, message{}, alertsExcluded(false) {
   wkagent::FormatBounded(filterPath, "../config/%s", fileName == nullptr ? "" : fileName);
@@ -21,6 +22,13 @@ int WKFilter::AddNode(void* data, int size) { return statements.AddNode(data, si
 int WKFilter::GetNode(void* buffer, int size) { return statements.GetNode(buffer, size); }
 
 char* WKFilter::ConvertToNDAPFormat(char* name) { return wkagent::ConvertTypedName(name, '.'); }
+
+wkagent::StatementIndex* WKFilter::PreparedIndex(
+    wkagent::StatementShape (*describe)(WKFilterStatement&)) {
+  if (statements.GetCount() < wkagent::StatementIndex::kFewestStatements) return nullptr;
+  if (index_ == nullptr) index_ = std::make_unique<wkagent::StatementIndex>();
+  return index_->Prepare(statements, describe) ? index_.get() : nullptr;
+}
 
 const char* WKFilter::GetReadError() { return readError_.empty() ? nullptr : readError_.c_str(); }
 

@@ -5,8 +5,10 @@
 
 #include "core/printed_text.h"
 #include "core/time_stamp.h"
+#include "core/watched_changes.h"
 #include "filter/dotted_name.h"
 #include "filter/entity_match.h"
+#include "filter/list_matcher.h"
 #include "filter/statement_text.h"
 
 using wkagent::TextOrEmpty;
@@ -24,6 +26,9 @@ WKFilterStatement::WKFilterStatement()
 WKFilterStatement::~WKFilterStatement() = default;
 
 void WKFilterStatement::ReleaseOwned() {
+  Changed();
+  userMatcher_.reset();
+  nodeMatcher_.reset();
   title.Reset();
   users.ClearList();
   nodes.ClearList();
@@ -40,11 +45,21 @@ void WKFilterStatement::SetTitle(char* text) {
 }
 void WKFilterStatement::ClearTitle() { title.Reset(); }
 
-void WKFilterStatement::SetEnableFlag(bool on) { enabled = on; }
+void WKFilterStatement::Changed() {
+  ++revision_;
+  wkagent::CountWatchedChange();
+}
+
+void WKFilterStatement::Change(bool& flag, bool on) {
+  flag = on;
+  Changed();
+}
+
+void WKFilterStatement::SetEnableFlag(bool on) { Change(enabled, on); }
 void WKFilterStatement::SetIncExFlag(bool on) { include = on; }
 void WKFilterStatement::SetAllDayFlag(bool on) { allDay = on; }
-void WKFilterStatement::SetAllUserFlag(bool on) { allUsers = on; }
-void WKFilterStatement::SetAllNodeFlag(bool on) { allNodes = on; }
+void WKFilterStatement::SetAllUserFlag(bool on) { Change(allUsers, on); }
+void WKFilterStatement::SetAllNodeFlag(bool on) { Change(allNodes, on); }
 void WKFilterStatement::SetExcludeAlert(bool on) { excludeAlert = on; }
 
 void WKFilterStatement::SetTime(tm* start, tm* end) {
@@ -92,8 +107,12 @@ bool WKFilterStatement::PassTimeCheck() {
   return endTime <= now && now <= startTime;
 }
 
-bool WKFilterStatement::PassUserCheck(char* user) { return EntityMatch(user, users); }
-bool WKFilterStatement::PassNodeCheck(char* node) { return EntityMatch(node, nodes); }
+bool WKFilterStatement::PassUserCheck(char* user) {
+  return wkagent::Occurs(userMatcher_, users, user);
+}
+bool WKFilterStatement::PassNodeCheck(char* node) {
+  return wkagent::Occurs(nodeMatcher_, nodes, node);
+}
 
 bool WKFilterStatement::EntityMatch(char* value, CLinkList& list) {
   return value != nullptr && wkagent::EntityOccurs(value, list);

@@ -152,15 +152,25 @@ class WKAGENT_EXPORT CLinkList {
   // leaves the cursor alone, also on an empty list.
   void AddListNode(tagLinkList* node);
 
+  // A number that changes with every change of the nodes, their order or their blocks by a method.
+  std::uint32_t GetRevision() const { return revision_; }
+
+  // Lets every change from now on also count in the process's wkagent::WatchedChanges().
+  void Watch() { watched_ = 1; }
+
   tagLinkList* head;
   tagLinkList* tail;
   tagLinkList* current;       // what GetNode returns next
   tagLinkList* last;          // what GetNode returned most recently
   tagLinkList* sortPosition;  // null until SetSortPosition
   int count;
+  // The library's own, public only as the class has a standard layout.
+  std::uint32_t revision_ : 31;
+  std::uint32_t watched_ : 1;
 
  private:
   void Append(tagLinkList* node);
+  void Changed();
 };
 
 // WKLogStatus carries the host's log callback; nearly every class derives from it. It owns nothing;

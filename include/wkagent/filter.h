@@ -21,17 +21,28 @@
 // distinct threads. Ownership: a filter owns its statements and the alerts it gathered, which live
 // until its next decision. Statements come from `new`; a reader hands them over to the filter.
 //
+// What a decision needs of the lists and statements is prepared when they have changed, so change
+// them by methods once a filter has decided with them; the time window and the alerts may be
+// assigned.
+//
 // Names of users, objects and contexts are dotted (admin.sales.acme). Names in comma form
 // (CN=admin,OU=sales,O=acme) are converted when they are added.
 
 #include <cstdint>
 #include <ctime>
+#include <memory>
 #include <string>
 
 #include <wkagent/alert.h>
 #include <wkagent/config.h>
 #include <wkagent/core.h>
 #include <wkagent/export.h>
+
+namespace wkagent {
+class ListMatcher;
+class StatementIndex;
+struct StatementShape;
+}  // namespace wkagent
 
 // WKFilterStatement is the part that all statements share: flags, time window, users, nodes and
 // alert settings, all of which it owns. One thread at a time may use an object.
@@ -143,6 +154,19 @@ class WKAGENT_EXPORT WKFilterStatement : public WKLogStatus {
   WKSMTPAlertObject smtpAlert;
   WKSNMPAlertObject snmpAlert;
   WKSyslogAlertObject syslogAlert;
+
+  // A number that changes with every setting that a method changes, but for the alerts and times.
+  std::uint32_t GetRevision() const { return revision_; }
+
+ protected:
+  // Must be called by whatever changes a setting; the second changes a flag and does.
+  void Changed();
+  void Change(bool& flag, bool on);
+
+ private:
+  std::uint32_t revision_ = 0;
+  std::unique_ptr<wkagent::ListMatcher> userMatcher_;
+  std::unique_ptr<wkagent::ListMatcher> nodeMatcher_;
 };
 
 // WKFilter is the part that all filters share: the statements and the alerts gathered for the
@@ -199,8 +223,12 @@ class WKAGENT_EXPORT WKFilter : public WKLogStatus {
   // Prints every statement.
   void PrintStatements();
 
+  // What is prepared for decisions by many statements, null where there are few.
+  wkagent::StatementIndex* PreparedIndex(wkagent::StatementShape (*describe)(WKFilterStatement&));
+
  private:
   std::string readError_;
+  std::unique_ptr<wkagent::StatementIndex> index_;
 };
 
 // WKEDAFilterStatement is a statement about directory events. It adds the operations, the container
@@ -276,6 +304,12 @@ class WKAGENT_EXPORT WKEDAFilterStatement : public WKFilterStatement {
   CLinkList values;
   std::int32_t operations[16];  // by code minus 20001
   bool allOperations;
+
+ private:
+  std::unique_ptr<wkagent::ListMatcher> objectMatcher_;
+  std::unique_ptr<wkagent::ListMatcher> classMatcher_;
+  std::unique_ptr<wkagent::ListMatcher> attributeMatcher_;
+  std::unique_ptr<wkagent::ListMatcher> valueMatcher_;
 };
 
 // WKEDAFilter decides directory events by the statements of one filter file. Ownership and threads

@@ -18,9 +18,16 @@
 #include "filter_models.h"
 #include "filter_support.h"
 #include "support/agent_home.h"
+#include "support/sanitized.h"
 
 namespace wkagent::test {
 namespace {
+
+#ifdef WKAGENT_TEST_SANITIZED
+constexpr int kRoundsOfMany = 200;
+#else
+constexpr int kRoundsOfMany = 3000;
+#endif
 
 // What a statement says, as plain data.
 struct NaiveList {
@@ -107,6 +114,9 @@ class Cases {
  public:
   explicit Cases(Random& random) : random_(random) {}
 
+  // One in so many statements excludes, and as many suppress alerts.
+  void SetExcluding(int excluding) { excluding_ = excluding; }
+
   void Make(NaiveDirectoryStatement& statement, int number) {
     MakeCommon(statement, number);
     statement.operations = Codes(20001, 20016);
@@ -145,11 +155,11 @@ class Cases {
  private:
   void MakeCommon(NaiveStatement& statement, int number) {
     statement.enabled = !random_.OneIn(8);
-    statement.include = !random_.OneIn(8);
+    statement.include = !random_.OneIn(excluding_);
     statement.allDay = !random_.OneIn(3);
     statement.windowOpen = !random_.OneIn(3);
     statement.allOperations = random_.OneIn(2);
-    statement.excludeAlert = random_.OneIn(8);
+    statement.excludeAlert = random_.OneIn(excluding_);
     statement.snmp = random_.OneIn(2);
     statement.syslog = random_.OneIn(2);
     statement.mail = random_.OneIn(2);
@@ -183,6 +193,7 @@ class Cases {
   }
 
   Random& random_;
+  int excluding_ = 8;
 };
 
 void AddAll(const NaiveList& list, const std::function<void(char*)>& add) {
@@ -249,16 +260,18 @@ class FilterModel : public ::testing::Test {
   FilterModel() { home_.Write("config/f.xml", FilterFile("")); }
 
   // A filter of random statements decides random events as the model does.
-  void CompareOneFilter() {
+  void CompareOneFilter() { CompareOneFilter(random_.Below(7)); }
+  void CompareOneFilter(int size) {
     typename Kind::Filter filter(Text("f.xml"));
     std::vector<Naive> statements;
-    for (int number = random_.Below(7); number > 0; --number) {
+    for (int number = size; number > 0; --number) {
       cases_.Make(statements.emplace_back(), number);
       auto* statement = new typename Kind::Statement;
       Fill(statements.back(), *statement);
       filter.AddNode(&statement, sizeof(statement));
     }
     for (int count = 0; count < 50; ++count) {
+      if (size > 7 && count % 10 == 9) ChangeOne(filter, statements);
       typename Kind::Event event;
       cases_.Make(event);
       const Verdict expected = Decide(statements, event);
@@ -266,6 +279,21 @@ class FilterModel : public ::testing::Test {
       ASSERT_EQ(expected, (Verdict{kept, Alerts(filter)}))
           << "event " << count << ": " << event.operation << " " << event.user.value_or("(null)");
       tally_.Count(expected);
+    }
+  }
+
+  // Turns a statement on or off, or adds a user to it.
+  void ChangeOne(typename Kind::Filter& filter, std::vector<Naive>& statements) {
+    const int place = random_.Below(static_cast<int>(statements.size()));
+    Naive& naive = statements[static_cast<std::size_t>(place)];
+    auto* const statement =
+        Objects<typename Kind::Statement>(filter.statements)[static_cast<std::size_t>(place)];
+    if (random_.OneIn(2)) {
+      naive.enabled = !naive.enabled;
+      statement->SetEnableFlag(naive.enabled);
+    } else {
+      naive.users.entries.emplace_back("bA");
+      statement->AddUser(Text("bA"));
     }
   }
 
@@ -283,6 +311,18 @@ TYPED_TEST(FilterModel, AgreesOnRandomStatementsAndEvents) {
   EXPECT_GT(this->tally_.dropped, 5000);
   EXPECT_GT(this->tally_.keptQuietly, 1000);
   EXPECT_GT(this->tally_.keptWithAlerts, 5000);
+}
+
+// So many statements are tried by an index.
+TYPED_TEST(FilterModel, AgreesOnManyStatements) {
+  this->cases_.SetExcluding(400);
+  for (int round = 0; round < kRoundsOfMany; ++round) {
+    const int size = 24 + this->random_.Below(100);
+    ASSERT_NO_FATAL_FAILURE(this->CompareOneFilter(size)) << "filter " << round;
+  }
+  EXPECT_GT(this->tally_.dropped, kRoundsOfMany);
+  EXPECT_GT(this->tally_.keptQuietly, kRoundsOfMany);
+  EXPECT_GT(this->tally_.keptWithAlerts, kRoundsOfMany);
 }
 
 }  // namespace
