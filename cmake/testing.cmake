@@ -1,10 +1,11 @@
 include(GoogleTest)
 
-# wkagent_test(NAME SOURCES... [PRIVATE] [LIBRARIES...]): one test program, each of its cases a test
-# of ctest in a process of its own. With PRIVATE it is made of the library's objects, so that it
-# reaches private helpers; else it links the shared library as any host does.
+# wkagent_test(NAME SOURCES... [PRIVATE] [PREFIX TEXT] [LIBRARIES...]): one test program, each of its
+# cases a test of ctest in a process of its own, TEXT before its name. With PRIVATE it is made of the
+# library's objects, so that it reaches private helpers; else it links the shared library as any
+# host does.
 function(wkagent_test name)
-  cmake_parse_arguments(arg "PRIVATE" "" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "PRIVATE" "PREFIX" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/tests")
   if(arg_PRIVATE)
@@ -19,5 +20,6 @@ function(wkagent_test name)
   wkagent_target_defaults(${name})
   # Tests are compiled once and run once: what they test is optimised, they need not be.
   target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
-  gtest_discover_tests(${name} PROPERTIES TIMEOUT 300 DISCOVERY_TIMEOUT 60)
+  gtest_discover_tests(${name}
+    TEST_PREFIX "${arg_PREFIX}" PROPERTIES TIMEOUT 300 DISCOVERY_TIMEOUT 60)
 endfunction()

@@ -10,6 +10,8 @@
 
 #include <wkagent/crypto.h>
 
+#include "crypto/aes_instructions.h"
+#include "crypto/cipher_path.h"
 #include "crypto/rijndael_checks.h"
 #include "crypto/rijndael_rounds.h"
 
@@ -19,13 +21,21 @@ using wkagent::Word;
 
 bool IsSize(int bytes) { return bytes == 16 || bytes == 24 || bytes == 32; }
 
+bool ByInstructions() { return wkagent::CurrentCipherPath() == wkagent::CipherPath::kInstructions; }
+
 Word Substitute(Word column) {
+  if (ByInstructions()) return wkagent::aes_instructions::Substitute(column);
   return wkagent::Encryption::LastRound(column, column, column, column);
 }
 
 Word InvMixColumn(Word column) {
   return CRijndael::sm_U1[wkagent::Row0(column)] ^ CRijndael::sm_U2[wkagent::Row1(column)] ^
          CRijndael::sm_U3[wkagent::Row2(column)] ^ CRijndael::sm_U4[wkagent::Row3(column)];
+}
+
+void InvMixColumns(Word (&roundKey)[8]) {
+  if (ByInstructions()) return wkagent::aes_instructions::InvMixColumns(roundKey);
+  for (Word& column : roundKey) column = InvMixColumn(column);
 }
 
 // Makes the words of the next turn.
@@ -85,8 +95,6 @@ void CRijndael::MakeKey(char const* key, char const* chainBlock, int keySize, in
     encryptionRoundKeys[row][index % columns] = keyWorkWords[used];
     decryptionRoundKeys[rounds - row][index % columns] = keyWorkWords[used];
   }
-  for (int row = 1; row < rounds; ++row) {
-    for (Word& column : decryptionRoundKeys[row]) column = InvMixColumn(column);
-  }
+  for (int row = 1; row < rounds; ++row) InvMixColumns(decryptionRoundKeys[row]);
   initialised = true;
 }

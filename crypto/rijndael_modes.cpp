@@ -5,10 +5,15 @@
 
 #include <wkagent/crypto.h>
 
+#include "crypto/aes_instructions.h"
+#include "crypto/cipher_data.h"
+#include "crypto/cipher_path.h"
 #include "crypto/rijndael_checks.h"
 #include "crypto/rijndael_rounds.h"
 
 namespace {
+
+using wkagent::CipherData;
 
 void RequireWholeBlocks(const CRijndael& cipher, const char* in, const char* result,
                         std::size_t n) {
@@ -16,19 +21,13 @@ void RequireWholeBlocks(const CRijndael& cipher, const char* in, const char* res
   wkagent::Require(n > 0 && n % static_cast<std::size_t>(cipher.blockSize) == 0);
 }
 
-// `n` bytes from one buffer to another, which may be the same.
-struct Data {
-  const char* in;
-  char* result;
-  std::size_t n;
-};
-
+// The modes by the tables.
 template <std::size_t kColumns>
 class Modes {
  public:
   explicit Modes(CRijndael& cipher) : cipher_(cipher) {}
 
-  void Encrypt(const Data& data, int mode) const {
+  void Encrypt(const CipherData& data, int mode) const {
     switch (mode) {
       case CRijndael::kCbc:
         return Chain(data, [this](Block in, Block& chain) { return chain = Encipher(chain ^ in); });
@@ -39,7 +38,7 @@ class Modes {
     }
   }
 
-  void Decrypt(const Data& data, int mode) const {
+  void Decrypt(const CipherData& data, int mode) const {
     switch (mode) {
       case CRijndael::kCbc:
         return Chain(data, [this](Block in, Block& chain) {
@@ -65,14 +64,14 @@ class Modes {
   }
 
   template <typename Step>
-  static void Each(const Data& data, Step step) {
+  static void Each(const CipherData& data, Step step) {
     for (std::size_t at = 0; at < data.n; at += sizeof(Block)) {
       wkagent::StoreBlock(step(wkagent::LoadBlock<kColumns>(data.in + at)), data.result + at);
     }
   }
 
   template <typename Step>
-  void Chain(const Data& data, Step step) const {
+  void Chain(const CipherData& data, Step step) const {
     Block chain = wkagent::LoadBlock<kColumns>(cipher_.chain);
     Each(data, [&](const Block& block) { return step(block, chain); });
     wkagent::StoreBlock(chain, cipher_.chain);
@@ -85,14 +84,18 @@ class Modes {
 
 void CRijndael::Encrypt(char const* in, char* result, std::size_t n, int mode) {
   RequireWholeBlocks(*this, in, result, n);
-  wkagent::WithColumns(*this, [&](auto columns) {
-    Modes<columns>(*this).Encrypt({in, result, n}, mode);
-  });
+  const CipherData data = {in, result, n};
+  if (wkagent::CurrentCipherPath() == wkagent::CipherPath::kInstructions) {
+    return wkagent::aes_instructions::Encrypt(*this, data, mode);
+  }
+  wkagent::WithColumns(*this, [&](auto columns) { Modes<columns>(*this).Encrypt(data, mode); });
 }
 
 void CRijndael::Decrypt(char const* in, char* result, std::size_t n, int mode) {
   RequireWholeBlocks(*this, in, result, n);
-  wkagent::WithColumns(*this, [&](auto columns) {
-    Modes<columns>(*this).Decrypt({in, result, n}, mode);
-  });
+  const CipherData data = {in, result, n};
+  if (wkagent::CurrentCipherPath() == wkagent::CipherPath::kInstructions) {
+    return wkagent::aes_instructions::Decrypt(*this, data, mode);
+  }
+  wkagent::WithColumns(*this, [&](auto columns) { Modes<columns>(*this).Decrypt(data, mode); });
 }

@@ -21,9 +21,11 @@
 // Threads: one object from one thread at a time; the tables are only read. Ownership: an object
 // owns its keys and wipes them when it ends; buffers are the caller's.
 //
-// Security: lookups in tables take time that depends on the key, which a program that shares the
-// processor's cache may measure. No mode protects from changes. The encrypted files keep a password
-// from a casual reader, not from one who has the GUID.
+// Security: where the processor has AES instructions, keys are expanded and blocks of all sizes
+// transformed by them, in a time that tells nothing of key or data. Other processors take the
+// tables, and the time of lookups in tables depends on the key: a program that shares such a
+// processor's cache may measure it. No mode protects from changes. The encrypted files keep a
+// password from a casual reader, not from one who has the GUID.
 
 #include <cstddef>
 #include <cstdint>
