@@ -4,12 +4,18 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
 
 #include <wkagent/core.h>
+
+#include "support/threads.h"
+#include "support/wait_until.h"
 
 namespace wkagent::test {
 namespace {
@@ -140,6 +146,25 @@ TEST_F(MemManagerThreads, CountsCanBeReadMeanwhile) {
   done = true;
   reader.join();
   EXPECT_TRUE(sane);
+}
+
+TEST_F(MemManagerThreads, MovesWaitForALockThatIsHeldForLong) {
+  std::atomic<bool> moved = false;
+  std::atomic<pid_t> id = 0;
+  pthread_mutex_lock(&pool_.mutex);
+  std::thread producer([&] {
+    Event event{};
+    id = gettid();
+    EXPECT_EQ(pool_.AddToQ(&event), 0);
+    moved = true;
+  });
+  EXPECT_TRUE(WaitUntil([&] {
+    return id != 0 && ThreadStatus("/proc/self/task/" + std::to_string(id), "State")[0] == 'S';
+  }));
+  EXPECT_FALSE(moved);
+  pthread_mutex_unlock(&pool_.mutex);
+  producer.join();
+  EXPECT_EQ(pool_.GetUsedBlocks(), 1U);
 }
 
 }  // namespace
