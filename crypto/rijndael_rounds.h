@@ -70,26 +70,35 @@ Block<kColumns> operator^(Block<kColumns> a, const Block<kColumns>& b) {
   return a;
 }
 
+// The tables of one direction once more, side by side: one register holds the address of them all,
+// which leaves three more for the block.
+struct RoundTables {
+  Word rows[4][256];
+  std::uint8_t box[256];
+};
+
+extern const RoundTables kEncryptionTables;  // sm_T1 to sm_T4 and sm_S
+extern const RoundTables kDecryptionTables;  // sm_T5 to sm_T8 and sm_Si
+
 // A new column of a round, and of the last one, from the columns that hold its rows 0 to 3.
-template <const auto& kBox, const auto& kRow0, const auto& kRow1, const auto& kRow2,
-          const auto& kRow3>
+template <const RoundTables& kTables>
 struct Lookups {
   static Word Round(Word a, Word b, Word c, Word d) {
-    return kRow0[Row0(a)] ^ kRow1[Row1(b)] ^ kRow2[Row2(c)] ^ kRow3[Row3(d)];
+    return kTables.rows[0][Row0(a)] ^ kTables.rows[1][Row1(b)] ^ kTables.rows[2][Row2(c)] ^
+           kTables.rows[3][Row3(d)];
   }
   static Word LastRound(Word a, Word b, Word c, Word d) {
-    return MakeColumn(kBox[Row0(a)], kBox[Row1(b)], kBox[Row2(c)], kBox[Row3(d)]);
+    return MakeColumn(kTables.box[Row0(a)], kTables.box[Row1(b)], kTables.box[Row2(c)],
+                      kTables.box[Row3(d)]);
   }
 };
 
-struct Encryption : Lookups<CRijndael::sm_S, CRijndael::sm_T1, CRijndael::sm_T2, CRijndael::sm_T3,
-                            CRijndael::sm_T4> {
+struct Encryption : Lookups<kEncryptionTables> {
   static constexpr int kShifts = 0;  // in sm_shifts
   static constexpr auto kRoundKeys = &CRijndael::encryptionRoundKeys;
 };
 
-struct Decryption : Lookups<CRijndael::sm_Si, CRijndael::sm_T5, CRijndael::sm_T6, CRijndael::sm_T7,
-                            CRijndael::sm_T8> {
+struct Decryption : Lookups<kDecryptionTables> {
   static constexpr int kShifts = 1;
   static constexpr auto kRoundKeys = &CRijndael::decryptionRoundKeys;
 };

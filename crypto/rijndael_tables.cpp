@@ -12,10 +12,12 @@
 
 #include <wkagent/crypto.h>
 
+#include "crypto/rijndael_rounds.h"
+
 namespace {
 
 using Byte = std::uint8_t;
-using Word = std::uint32_t;
+using wkagent::Word;
 
 constexpr Byte Double(Byte value) {
   return static_cast<Byte>(value << 1 ^ ((value & 0x80) != 0 ? 0x1b : 0));
@@ -116,6 +118,10 @@ constinit const std::uint32_t CRijndael::sm_U1[256] = EACH_BYTE(U<0>);
 constinit const std::uint32_t CRijndael::sm_U2[256] = EACH_BYTE(U<1>);
 constinit const std::uint32_t CRijndael::sm_U3[256] = EACH_BYTE(U<2>);
 constinit const std::uint32_t CRijndael::sm_U4[256] = EACH_BYTE(U<3>);
+constinit const wkagent::RoundTables wkagent::kEncryptionTables = {
+    {EACH_BYTE(T<0>), EACH_BYTE(T<1>), EACH_BYTE(T<2>), EACH_BYTE(T<3>)}, EACH_BYTE(S)};
+constinit const wkagent::RoundTables wkagent::kDecryptionTables = {
+    {EACH_BYTE(Ti<0>), EACH_BYTE(Ti<1>), EACH_BYTE(Ti<2>), EACH_BYTE(Ti<3>)}, EACH_BYTE(Si)};
 constinit const std::uint8_t CRijndael::sm_log[256] = EACH_BYTE(Log);
 constinit const std::uint8_t CRijndael::sm_alog[256] = EACH_BYTE(Power);
 
