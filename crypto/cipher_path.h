@@ -11,6 +11,10 @@ enum class CipherPath { kInstructions, kTables };
 // may call.
 [[nodiscard]] CipherPath CurrentCipherPath();
 
+[[nodiscard]] inline bool GoesByInstructions() {
+  return CurrentCipherPath() == CipherPath::kInstructions;
+}
+
 // Changes the way, also of ciphers that have their key. Returns whether the processor can go it.
 bool SetCipherPath(CipherPath path);
 

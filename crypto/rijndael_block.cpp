@@ -21,7 +21,7 @@ struct Decryption : wkagent::Decryption {
 
 template <typename Direction, std::size_t kColumns>
 void TransformBytes(CRijndael& cipher, const char* in, char* result) {
-  if (wkagent::CurrentCipherPath() == wkagent::CipherPath::kInstructions) {
+  if (wkagent::GoesByInstructions()) {
     return Direction::kByInstructions(cipher, kColumns, in, result);
   }
   using wkagent::LoadBlock;

@@ -21,10 +21,8 @@ using wkagent::Word;
 
 bool IsSize(int bytes) { return bytes == 16 || bytes == 24 || bytes == 32; }
 
-bool ByInstructions() { return wkagent::CurrentCipherPath() == wkagent::CipherPath::kInstructions; }
-
 Word Substitute(Word column) {
-  if (ByInstructions()) return wkagent::aes_instructions::Substitute(column);
+  if (wkagent::GoesByInstructions()) return wkagent::aes_instructions::Substitute(column);
   return wkagent::Encryption::LastRound(column, column, column, column);
 }
 
@@ -34,7 +32,7 @@ Word InvMixColumn(Word column) {
 }
 
 void InvMixColumns(Word (&roundKey)[8]) {
-  if (ByInstructions()) return wkagent::aes_instructions::InvMixColumns(roundKey);
+  if (wkagent::GoesByInstructions()) return wkagent::aes_instructions::InvMixColumns(roundKey);
   for (Word& column : roundKey) column = InvMixColumn(column);
 }
 

@@ -85,7 +85,7 @@ class Modes {
 void CRijndael::Encrypt(char const* in, char* result, std::size_t n, int mode) {
   RequireWholeBlocks(*this, in, result, n);
   const CipherData data = {in, result, n};
-  if (wkagent::CurrentCipherPath() == wkagent::CipherPath::kInstructions) {
+  if (wkagent::GoesByInstructions()) {
     return wkagent::aes_instructions::Encrypt(*this, data, mode);
   }
   wkagent::WithColumns(*this, [&](auto columns) { Modes<columns>(*this).Encrypt(data, mode); });
@@ -94,7 +94,7 @@ void CRijndael::Encrypt(char const* in, char* result, std::size_t n, int mode) {
 void CRijndael::Decrypt(char const* in, char* result, std::size_t n, int mode) {
   RequireWholeBlocks(*this, in, result, n);
   const CipherData data = {in, result, n};
-  if (wkagent::CurrentCipherPath() == wkagent::CipherPath::kInstructions) {
+  if (wkagent::GoesByInstructions()) {
     return wkagent::aes_instructions::Decrypt(*this, data, mode);
   }
   wkagent::WithColumns(*this, [&](auto columns) { Modes<columns>(*this).Decrypt(data, mode); });

@@ -1,8 +1,8 @@
 #ifndef WKAGENT_CRYPTO_RIJNDAEL_ROUNDS_H
 #define WKAGENT_CRYPTO_RIJNDAEL_ROUNDS_H
 
-// The rounds of the cipher, for blocks of 4, 6 and 8 columns. A column is one big-endian word, as
-// in the round keys.
+// The rounds of the cipher by tables, for blocks of 4, 6 and 8 columns. A column is one big-endian
+// word, as in the round keys.
 //
 // A round looks up four words for each new column, from the byte of row 0 in that column and those
 // of the other rows in the columns from which ShiftRows brings them, and adds the round key. The
