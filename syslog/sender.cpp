@@ -9,6 +9,7 @@
 #include "core/broken_pipe.h"
 #include "syslog/bounded_wait.h"
 #include "syslog/diagnostic_log.h"
+#include "syslog/eager_lock.h"
 #include "syslog/sender_state.h"
 
 namespace {
@@ -82,10 +83,19 @@ bool WKSyslogSender::send(const std::string& message) {
 
 // False when the queue is full.
 bool WKSyslogSender::Enqueue(const std::string& message) {
-  const wkagent::MutexLock lock(queueMutex);
+  const wkagent::EagerLock lock(queueMutex);
   if (state_->safe && messageQueue.size() >= kQueueLimit) return false;
-  messageQueue.push_back(message);
-  ++state_->queued;
+  if (std::vector<std::string>& spare = state_->spare; spare.empty()) {
+    messageQueue.push_back(message);
+  } else {
+    std::string line = std::move(spare.back());
+    spare.pop_back();
+    line = message;
+    messageQueue.push_back(std::move(line));
+  }
+  // Counted under the lock, so nobody else adds at the same time.
+  state_->queued.store(state_->queued.load(std::memory_order_relaxed) + 1,
+                       std::memory_order_relaxed);
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include <wkagent/syslog.h>
@@ -23,6 +24,9 @@ class WKSyslogSender::State {
 
   wkagent::BlockingCalls calls;
   std::atomic<bool> safe = false;
+
+  // Strings whose memory the next lines are copied to. Guarded by the sender's queueMutex.
+  std::vector<std::string> spare;
 
   // Connections that left the pool while somebody held them. Guarded by the sender's poolMutex.
   std::vector<Connection*> retired;

@@ -2,6 +2,8 @@
 #include <cerrno>
 #include <climits>
 #include <iterator>
+#include <span>
+#include <string_view>
 
 #include <openssl/err.h>
 #include <openssl/ssl.h>
@@ -11,42 +13,40 @@
 
 #include "core/broken_pipe.h"
 #include "syslog/diagnostic_log.h"
+#include "syslog/eager_lock.h"
+#include "syslog/framed_lines.h"
 #include "syslog/sender_state.h"
 
 namespace {
 
+constexpr std::size_t kMostSpare = 4000;         // strings
+constexpr std::size_t kLongestSpare = 1000;      // bytes
 constexpr std::chrono::seconds kNextAttempt(1);  // after lines could be neither sent nor stored
-
-// The bytes of a batch as they go over the wire. Its buffer is the thread's, so that it is made
-// once.
-const std::string& Frame(const std::vector<std::string>& batch) {
-  thread_local std::string text;
-  text.clear();
-  for (const std::string& line : batch) text.append(line).push_back('\n');
-  return text;
-}
 
 }  // namespace
 
 void WKSyslogSender::workerThread() {
   std::vector<std::string> batch;
-  batch.reserve(BATCH_SIZE);
+  std::vector<std::string> used;
   while (running) {
-    if (!TakeBatch(batch)) continue;
+    used.clear();
+    used.swap(batch);
+    if (!TakeBatch(batch, used)) continue;
     Connection* const connection = getConnection();
     const std::size_t done = Deliver(connection, batch);
     releaseConnection(connection);
     if (done < batch.size()) KeepForLater(batch, done);
-    wkagent::MutexLock lock(queueMutex);
-    state_->batchInHand = false;
-    if (messageQueue.empty()) state_->workerChanged.notify_all();
   }
+  const wkagent::MutexLock lock(queueMutex);
+  FinishBatch(batch);
 }
 
-// Waits for lines and takes what one write may carry. False when there are none.
-bool WKSyslogSender::TakeBatch(std::vector<std::string>& batch) {
-  batch.clear();
-  wkagent::MutexLock lock(queueMutex);
+// Ends the batch before, whose lines were `used`, waits for lines and takes what one write may
+// carry. False when there are none.
+bool WKSyslogSender::TakeBatch(std::vector<std::string>& batch, std::vector<std::string>& used) {
+  batch.reserve(BATCH_SIZE);
+  wkagent::EagerLock lock(queueMutex);
+  FinishBatch(used);
   const auto ready = [this] {
     queueMutex.AssertHeld();
     return !messageQueue.empty() || !running;
@@ -58,6 +58,18 @@ bool WKSyslogSender::TakeBatch(std::vector<std::string>& batch) {
   messageQueue.erase(messageQueue.begin(), end);
   state_->batchInHand = !batch.empty();
   return state_->batchInHand;
+}
+
+// Keeps the memory of lines that are done with, as long as that is no waste; the caller frees the
+// others when it has unlocked.
+void WKSyslogSender::FinishBatch(std::vector<std::string>& used) {
+  std::vector<std::string>& spare = state_->spare;
+  for (std::string& line : used) {
+    if (spare.size() == kMostSpare) break;
+    if (line.capacity() <= kLongestSpare) spare.push_back(std::move(line));
+  }
+  state_->batchInHand = false;
+  if (messageQueue.empty()) state_->workerChanged.notify_all();
 }
 
 // Writes a batch, or stores it where there is no connection or the write fails. Returns the number
@@ -75,7 +87,7 @@ void WKSyslogSender::sendBatch(Connection* connection, const std::vector<std::st
 }
 
 bool WKSyslogSender::WriteBatch(Connection& connection, const std::vector<std::string>& batch) {
-  const std::string& text = Frame(batch);
+  const std::string_view text = wkagent::FramedLines(batch);
   const wkagent::MutexLock lock(connection.writing);
   const wkagent::BrokenPipeGuard guard;
   const wkagent::BlockingCalls::Scope scope(state_->calls, connection.socketFd);
@@ -85,7 +97,7 @@ bool WKSyslogSender::WriteBatch(Connection& connection, const std::vector<std::s
   return written;
 }
 
-bool WKSyslogSender::WriteTcp(int socket, const std::string& text) {
+bool WKSyslogSender::WriteTcp(int socket, std::string_view text) {
   std::size_t done = 0;
   do {
     const ssize_t result = ::send(socket, text.data() + done, text.size() - done, 0);
@@ -99,7 +111,7 @@ bool WKSyslogSender::WriteTcp(int socket, const std::string& text) {
   return true;
 }
 
-bool WKSyslogSender::WriteTls(ssl_st* session, const std::string& text) {
+bool WKSyslogSender::WriteTls(ssl_st* session, std::string_view text) {
   std::size_t done = 0;
   do {
     ERR_clear_error();
@@ -119,16 +131,16 @@ bool WKSyslogSender::WriteTls(ssl_st* session, const std::string& text) {
 // Stores the lines in their order. Returns the number of those that are dealt with: all, unless
 // delivery is safe and one could not be stored.
 std::size_t WKSyslogSender::Store(const std::vector<std::string>& batch) {
-  for (std::size_t i = 0; i < batch.size(); ++i) {
-    if (retryHandler.saveToBatchFile(batch[i])) {
-      ++state_->stored;
-    } else if (state_->safe) {
-      return i;
-    } else {
-      ++state_->dropped;
-    }
+  std::span<const std::string> left = batch;
+  while (!left.empty()) {
+    const std::size_t stored = retryHandler.SaveLines(left);
+    state_->stored += stored;
+    left = left.subspan(stored);
+    if (left.empty() || state_->safe) break;
+    ++state_->dropped;
+    left = left.subspan(1);
   }
-  return batch.size();
+  return batch.size() - left.size();
 }
 
 // Puts lines back to the front of the queue and waits a while, unless the sender ends.

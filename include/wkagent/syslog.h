@@ -38,7 +38,9 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -100,6 +102,11 @@ class WKAGENT_EXPORT WKSyslogRetryHandler {
   // disk is full.
   bool saveToBatchFile(const std::string& line);
 
+  // Appends the lines in their order, with as few writes as may be, until one cannot be saved.
+  // Returns the number of those before it, which are in files now. As if saveToBatchFile were
+  // called for each of them.
+  std::size_t SaveLines(std::span<const std::string> lines);
+
   // One pass: sends the lines of all batch files through the callback, in the byte-wise order of
   // the names, and removes each file that was delivered whole. Deliberate: without a callback every
   // line counts as delivered; a file with a refused line is kept whole and ends the pass; the file
@@ -144,7 +151,9 @@ class WKAGENT_EXPORT WKSyslogRetryHandler {
   void SendPendingFiles(bool untilStopped) WKAGENT_REQUIRES(fileMutex);
   bool SendFile(const std::string& path, bool untilStopped);
   bool SendLine(const std::string& line);
-  bool Append(const std::string& line) WKAGENT_REQUIRES(fileMutex);
+  std::size_t Append(std::span<const std::string> lines) WKAGENT_REQUIRES(fileMutex);
+  bool PrepareBatchFile() WKAGENT_REQUIRES(fileMutex);
+  std::size_t WriteLines(std::span<const std::string> lines) WKAGENT_REQUIRES(fileMutex);
   bool OpenBatchFile() WKAGENT_REQUIRES(fileMutex);
   void CloseBatchFile() WKAGENT_REQUIRES(fileMutex);
   void TakeBackTornLine() WKAGENT_REQUIRES(fileMutex);
@@ -154,6 +163,8 @@ class WKAGENT_EXPORT WKSyslogRetryHandler {
   bool threadRuns_ WKAGENT_GUARDED_BY(stateMutex_) = false;
   int batchFd_ WKAGENT_GUARDED_BY(fileMutex) = -1;  // of batchFile, which owns it
   std::int64_t batchSize_ WKAGENT_GUARDED_BY(fileMutex) = 0;
+  std::uint64_t batchDevice_ WKAGENT_GUARDED_BY(fileMutex) = 0;
+  std::uint64_t batchInode_ WKAGENT_GUARDED_BY(fileMutex) = 0;
   std::atomic<std::thread::id> passThread_;
   std::atomic<bool> retryCurrentFile_ = false;
   std::atomic<std::uint64_t> retried_ = 0;
@@ -294,11 +305,12 @@ class WKAGENT_EXPORT WKSyslogSender : public SyslogConfig {
   bool StoreAtOnce(const std::string& message);
   bool SendStored(const std::string& message);
   bool SendOne(const std::string& message);
-  bool TakeBatch(std::vector<std::string>& batch);
+  bool TakeBatch(std::vector<std::string>& batch, std::vector<std::string>& used);
+  void FinishBatch(std::vector<std::string>& used) WKAGENT_REQUIRES(queueMutex);
   std::size_t Deliver(Connection* connection, const std::vector<std::string>& batch);
   bool WriteBatch(Connection& connection, const std::vector<std::string>& batch);
-  bool WriteTcp(int socket, const std::string& text);
-  bool WriteTls(ssl_st* session, const std::string& text);
+  bool WriteTcp(int socket, std::string_view text);
+  bool WriteTls(ssl_st* session, std::string_view text);
   std::size_t Store(const std::vector<std::string>& batch);
   void KeepForLater(const std::vector<std::string>& batch, std::size_t first);
   void StoreQueue();

@@ -1,0 +1,44 @@
+#ifndef WKAGENT_SYSLOG_EAGER_LOCK_H
+#define WKAGENT_SYSLOG_EAGER_LOCK_H
+
+#include <mutex>
+
+#include <wkagent/mutex.h>
+
+namespace wkagent {
+
+// Holds a Mutex for a scope, as MutexLock does, but tries for about a microsecond before it sleeps.
+// For one that is never held for longer than that: to sleep and be woken costs more on both sides.
+class WKAGENT_THREAD_ANNOTATION(scoped_lockable) EagerLock {
+ public:
+  explicit EagerLock(Mutex& mutex) WKAGENT_THREAD_ANNOTATION(acquire_capability(mutex))
+      : lock_(mutex, std::try_to_lock) {
+    for (int tries = 0; tries < kTries && !lock_.owns_lock(); ++tries) {
+      Pause();
+      (void)lock_.try_lock();
+    }
+    if (!lock_.owns_lock()) lock_.lock();
+  }
+  ~EagerLock() WKAGENT_THREAD_ANNOTATION(release_capability()) = default;
+
+  EagerLock(const EagerLock&) = delete;
+  EagerLock& operator=(const EagerLock&) = delete;
+
+  // For waiting on a condition variable.
+  std::unique_lock<std::mutex>& Native() { return lock_; }
+
+ private:
+  static constexpr int kTries = 40;
+
+  static void Pause() {
+#if defined(__x86_64__)
+    __builtin_ia32_pause();
+#endif
+  }
+
+  std::unique_lock<std::mutex> lock_;
+};
+
+}  // namespace wkagent
+
+#endif  // WKAGENT_SYSLOG_EAGER_LOCK_H
