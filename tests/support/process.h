@@ -30,6 +30,8 @@ class Process {
   void Write(std::string_view text);
   void CloseInput() { input_.Reset(); }
 
+  [[nodiscard]] pid_t Id() const { return id_; }
+
   void Signal(int number) const;
 
   // Waits until the program has ended; its exit status, or 128 and the number of the signal that
