@@ -36,10 +36,10 @@
 #include "forward/line_sink.h"
 #include "forward/lines.h"
 #include "forward/plain_sender.h"
+#include "forward/private_opt.h"
 #include "forward/relay.h"
 #include "support/collector.h"
 #include "support/free_port.h"
-#include "support/private_root.h"
 #include "support/process.h"
 #include "support/test_certificates.h"
 #include "support/wait_until.h"
@@ -229,12 +229,9 @@ class Contest {
 };
 
 void CompareAll(wkagent::bench::ProgramResults& results) {
-  wkagent::test::EnterPrivateRoot();
-  wkagent::test::MountTmpfs("/opt", "");
-  for (const char* part : {"config", "log", "auditdata", "bench"}) {
-    std::filesystem::create_directories(std::string("/opt/mossgrove/") + part);
-  }
-  const std::string folder = "/opt/mossgrove/bench";
+  wkagent::bench::EnterPrivateOpt();
+  const std::string folder = "/opt/bench";
+  std::filesystem::create_directory(folder);
   wkagent::test::CertificateAuthority authority(folder, "authority");
   const Contest tcp(folder, nullptr);
   const Contest tls(folder, &authority);
