@@ -1,7 +1,7 @@
 // What a host's thread pays for a line of 300 bytes: send over TCP against what a queue cannot do
 // without, the push of a copy into a deque under a mutex.
 //
-//   alone    nobody takes lines while they are pushed; the sender's worker is held back
+//   alone    no other thread takes lines: the sender's worker is held back
 //   drained  a thread takes up to 100 lines at a time: the worker, which sends them, or one that
 //            throws them away
 //   p99      drained; the 99th percentile of the calls, the clock's time included
@@ -118,28 +118,24 @@ class DrainedSender {
   std::unique_ptr<WKSyslogSender> sender_;
 };
 
-// A sender whose worker gets a connection only when lines are not pushed.
+// A sender whose worker waits for a connection until the end.
 class LoneSender : public DrainedSender {
  public:
-  LoneSender() { HoldBack(); }
+  LoneSender() : held_(sender_->poolMutex) {
+    Push("line");
+    while (QueueSize() > 0) std::this_thread::yield();
+  }
   ~LoneSender() { held_.unlock(); }
 
   void Settle() {
-    held_.unlock();
-    DrainedSender::Settle();
-    HoldBack();
+    const wkagent::MutexLock lock(sender_->queueMutex);
+    sender_->messageQueue.clear();
   }
 
  private:
-  // Returns when the worker is waiting for its connection.
-  void HoldBack() {
-    held_ = std::unique_lock<std::mutex>(sender_->poolMutex);
-    Push("line");
-    const auto isTaken = [this] {
-      const wkagent::MutexLock lock(sender_->queueMutex);
-      return sender_->messageQueue.empty();
-    };
-    while (!isTaken()) std::this_thread::yield();
+  [[nodiscard]] std::size_t QueueSize() const {
+    const wkagent::MutexLock lock(sender_->queueMutex);
+    return sender_->messageQueue.size();
   }
 
   std::unique_lock<std::mutex> held_;

@@ -76,26 +76,14 @@ bool WKSyslogSender::send(const std::string& message) {
     if (!sent) ++state_->dropped;
     return sent;
   }
-  if (!Enqueue(message)) return StoreAtOnce(message);
-  queueCondition.notify_one();
-  return true;
-}
-
-// False when the queue is full.
-bool WKSyslogSender::Enqueue(const std::string& message) {
-  const wkagent::EagerLock lock(queueMutex);
-  if (state_->safe && messageQueue.size() >= kQueueLimit) return false;
-  if (std::vector<std::string>& spare = state_->spare; spare.empty()) {
-    messageQueue.push_back(message);
-  } else {
-    std::string line = std::move(spare.back());
-    spare.pop_back();
-    line = message;
-    messageQueue.push_back(std::move(line));
+  bool full = false;
+  {
+    const wkagent::EagerLock lock(queueMutex);
+    full = state_->safe && messageQueue.size() >= kQueueLimit;
+    if (!full) state_->Queue(message, messageQueue);
   }
-  // Counted under the lock, so nobody else adds at the same time.
-  state_->queued.store(state_->queued.load(std::memory_order_relaxed) + 1,
-                       std::memory_order_relaxed);
+  if (full) return StoreAtOnce(message);
+  queueCondition.notify_one();
   return true;
 }
 

@@ -5,7 +5,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <wkagent/syslog.h>
@@ -20,6 +22,18 @@ class WKSyslogSender::State {
   void CountSent(std::size_t lines) {
     sent += lines;
     lastSuccess = Clock::now().time_since_epoch().count();
+  }
+
+  // Adds a line to the sender's queue. Called with queueMutex held.
+  void Queue(const std::string& line, std::deque<std::string>& queue) {
+    if (spare.empty() || spare.back().capacity() < line.size()) {
+      queue.push_back(line);
+    } else {
+      queue.emplace_back(std::move(spare.back())).assign(line);
+      spare.pop_back();
+    }
+    // Under the lock nobody else adds, and an addition that others may join costs a lot more.
+    queued.store(queued.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   }
 
   wkagent::BlockingCalls calls;

@@ -301,7 +301,6 @@ class WKAGENT_EXPORT WKSyslogSender : public SyslogConfig {
  private:
   class State;
 
-  bool Enqueue(const std::string& message);
   bool StoreAtOnce(const std::string& message);
   bool SendStored(const std::string& message);
   bool SendOne(const std::string& message);
