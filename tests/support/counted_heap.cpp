@@ -11,6 +11,7 @@
 namespace {
 
 std::atomic<long> live_blocks{0};
+std::atomic<long> allocations{0};
 
 // Each block is preceded by its size, in as many bytes as keep it aligned.
 constexpr std::size_t kHeader = alignof(std::max_align_t);
@@ -22,6 +23,7 @@ void* TryAllocate(std::size_t size) {
   if (memory == nullptr) return nullptr;
   std::memcpy(memory, &size, sizeof(size));
   ++live_blocks;
+  ++allocations;
   return static_cast<char*>(memory) + kHeader;
 }
 
@@ -49,6 +51,8 @@ void Release(void* block) {
 namespace wkagent::test {
 
 long LiveBlocks() { return live_blocks; }
+
+long Allocations() { return allocations; }
 
 }  // namespace wkagent::test
 

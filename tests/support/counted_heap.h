@@ -13,6 +13,9 @@ namespace wkagent::test {
 // too: take the figure before, act, take it after, and only then compare.
 [[nodiscard]] long LiveBlocks();
 
+// The number that it has got so far, those included that it has given back.
+[[nodiscard]] long Allocations();
+
 // While it lives, operator new fails for more than `size` bytes at once.
 class HeapLimit {
  public:
