@@ -55,14 +55,14 @@ constexpr long kSent = 2'000'000;      // lines, by a sender
 constexpr long kRelayed = 300'000;     // by the others
 constexpr int kSenderTimes = 3;        // a round: what takes so little time varies more
 constexpr long kBlock = 100;           // lines between two looks at what is under way
-constexpr long kMostInSender = 5'000;  // in a sender
+constexpr long kMostInSender = 4'000;  // in a sender
 constexpr long kMostInRelay = 20'000;  // in a relay, with what the sockets hold
 constexpr std::size_t kSamples = 1'000;
 
 // Returns when at most so many of the lines are under way.
 template <typename Arrived>
 void HoldBack(long begun, Arrived arrived, long most) {
-  while (begun - arrived() > most) std::this_thread::sleep_for(std::chrono::microseconds(100));
+  while (begun - arrived() > most) std::this_thread::sleep_for(std::chrono::microseconds(300));
 }
 
 template <typename Send, typename Sent>
