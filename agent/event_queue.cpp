@@ -1,5 +1,6 @@
 #include "agent/event_queue.h"
 
+#include <algorithm>
 #include <new>
 #include <string>
 #include <type_traits>
@@ -8,9 +9,10 @@
 namespace wkagent {
 namespace {
 
-static_assert(std::is_trivially_copyable_v<QueueItem>);  // the pool copies bytes
+// The pool copies bytes.
+static_assert(std::is_trivially_copyable_v<QueueItem> && std::is_trivially_copyable_v<EventBatch>);
 
-constexpr int kBatch = 256;
+constexpr int kBlocksAtOnce = 64;
 
 // A signal may interrupt the wait.
 void WaitFor(CSemaphore& semaphore) {
@@ -21,35 +23,83 @@ void WaitFor(CSemaphore& semaphore) {
 }  // namespace
 
 EventQueue::EventQueue(int places) {
-  QueueItem empty{};
-  // With less memory than asked for it works with fewer places.
-  pool_.Initialize(places, &empty, sizeof(empty));
-  if (pool_.GetFreeMemoryBlocks() == 0 || queued_.Open(0) != 1 || free_.Open(0) != 1) {
-    throw std::bad_alloc();
-  }
+  pushed_.batch.Clear();
+  // With less memory than asked for it works with fewer places. Even if no two events share a
+  // block, there is a block for each place.
+  pool_.Initialize(places, &popped_, sizeof(popped_));
+  places_ = static_cast<int>(pool_.GetFreeMemoryBlocks());
+  if (places_ == 0 || queued_.Open(0) != 1 || free_.Open(0) != 1) throw std::bad_alloc();
 }
 
 void EventQueue::Push(QueueItem& item) {
-  while (pool_.AddToQ(&item) != 0) {
-    Flush();
-    // The flag is set before the queue is found full once more: the thread that pops will see it
-    // when it has emptied the queue, if not before.
-    full_ = true;
-    if (pool_.AddToQ(&item) == 0) break;
-    WaitFor(free_);
+  PushEvents();
+  WaitForPlace();
+  Block block{.events = 0, .item = item};
+  PushBlock(block);
+}
+
+void EventQueue::PushEvent(const tagWKEventData& event) {
+  if (pushed_.events + taken_ >= places_) {
+    PushEvents();
+    WaitForPlace();
   }
-  if (++unannounced_ >= kBatch) Flush();
+  if (!pushed_.batch.Add(event)) {
+    PushEvents();
+    (void)pushed_.batch.Add(event);  // which an empty batch always takes
+  }
+  ++pushed_.events;
 }
 
 void EventQueue::Flush() {
+  PushEvents();
+  Announce();
+}
+
+void EventQueue::WaitForPlace() {
+  while (taken_ >= places_) {
+    Announce();
+    // The flag is set before the queue is found full once more: the thread that pops will see it
+    // when it has emptied the queue, if not before.
+    full_ = true;
+    if (taken_ < places_) break;
+    WaitFor(free_);
+  }
+}
+
+void EventQueue::PushEvents() {
+  if (pushed_.events == 0) return;
+  PushBlock(pushed_);
+  pushed_.events = 0;
+  pushed_.batch.Clear();
+}
+
+void EventQueue::PushBlock(Block& block) {
+  taken_ += std::max(block.events, 1);
+  (void)pool_.AddToQ(&block);  // which has a free block, as there was a free place
+  if (++unannounced_ >= kBlocksAtOnce) Announce();
+}
+
+void EventQueue::Announce() {
   if (std::exchange(unannounced_, 0) > 0) queued_.Post();
 }
 
 void EventQueue::Pop(QueueItem& item) {
+  item.kind = QueueItem::Kind::kEvent;
+  if (popped_.events > 0 && popped_.batch.Take(item.event)) return;
+  PopBlock();
+  if (popped_.events == 0) {
+    item = popped_.item;
+  } else {
+    (void)popped_.batch.Take(item.event);  // no empty batch is pushed
+  }
+}
+
+void EventQueue::PopBlock() {
   for (;;) {
-    const bool empty = pool_.GetData(&item) != 0;
-    if (empty || ++popped_ >= kBatch) {
-      popped_ = 0;
+    const bool empty = pool_.GetData(&popped_) != 0;
+    if (!empty) taken_ -= std::max(popped_.events, 1);
+    if (empty || ++emptied_ >= kBlocksAtOnce) {
+      emptied_ = 0;
       if (full_.exchange(false)) free_.Post();
     }
     if (!empty) return;
@@ -57,11 +107,7 @@ void EventQueue::Pop(QueueItem& item) {
   }
 }
 
-void QueueSink::OnEvent(tagWKEventData& event) {
-  item_.kind = QueueItem::Kind::kEvent;
-  item_.event = event;
-  queue_.Push(item_);
-}
+void QueueSink::OnEvent(tagWKEventData& event) { queue_.PushEvent(event); }
 
 void QueueSink::OnMalformed(long line, std::string_view reason) {
   item_.line = line;

@@ -6,6 +6,7 @@
 
 #include <wkagent/core.h>
 
+#include "agent/event_batch.h"
 #include "agent/feed.h"
 #include "agent/settings.h"
 
@@ -35,28 +36,52 @@ struct QueueItem {
   };
 };
 
-// A queue of a fixed number of places between one thread that pushes and one that pops. Nothing is
-// dropped: who finds it full waits.
+// A queue of a fixed number of places, one for each item or event, between one thread that pushes
+// and one that pops. Nothing is dropped: who finds it full waits.
 //
-// Threads are woken for many items at once: a switch between them costs more than an event. So what
-// is pushed is only sure to be popped after Flush.
+// Events that follow one another are handed over together as far as they fit into one block of the
+// pool, and threads are woken for many blocks at once: both cost more than most events. So what is
+// pushed is only sure to be popped after Flush.
 class EventQueue {
  public:
   // Throws std::bad_alloc where not even one place can be had.
   explicit EventQueue(int places);
 
   void Push(QueueItem& item);
+  void PushEvent(const tagWKEventData& event);
   void Flush();
 
   void Pop(QueueItem& item);
 
  private:
+  struct Block {
+    int events;  // 0 for an item
+    union {
+      QueueItem item;
+      EventBatch batch;
+    };
+  };
+
+  void WaitForPlace();
+  void PushEvents();
+  void PushBlock(Block& block);
+  void Announce();
+  void PopBlock();
+
   ClsMemManager pool_;
+  int places_;
+  std::atomic<int> taken_ = 0;      // places of what is in the pool
   CSemaphore queued_;               // wakes the thread that pops
   CSemaphore free_;                 // wakes the thread that pushes
   std::atomic<bool> full_ = false;  // which waits, or is about to
-  int unannounced_ = 0;             // pushed since the last Flush
-  int popped_ = 0;                  // since the thread that pushes was woken
+
+  // Of the thread that pushes.
+  Block pushed_{};       // events that are not in the pool yet
+  int unannounced_ = 0;  // blocks since the last Flush
+
+  // Of the thread that pops.
+  Block popped_{};   // the last one, with the events that are left
+  int emptied_ = 0;  // blocks since the thread that pushes was woken
 };
 
 // The reader's end of a queue. It belongs to one thread.

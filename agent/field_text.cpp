@@ -24,11 +24,35 @@ constexpr std::array<std::int8_t, 256> MakeDigitValues() {
 
 constexpr std::array<std::int8_t, 256> kDigitValues = MakeDigitValues();
 
+// True when all eight bytes are printable ASCII.
+bool AllPlain(std::uint64_t bytes) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  constexpr std::uint64_t kHighBits = 0x80 * kOnes;
+  return ((bytes | (bytes - 0x20 * kOnes)) & kHighBits) == 0;
+}
+
+// How many characters at the front are printable ASCII, which goes as it is: most texts are nothing
+// else, so they are looked at by the word.
+std::size_t PlainSize(std::string_view text) {
+  std::size_t size = 0;
+  std::uint64_t word = 0;
+  for (; text.size() - size >= sizeof(word); size += sizeof(word)) {
+    std::memcpy(&word, text.data() + size, sizeof(word));
+    if (!AllPlain(word)) break;
+  }
+  while (size < text.size() && static_cast<signed char>(text[size]) >= 0x20) ++size;
+  return size;
+}
+
 }  // namespace
 
 void CopyField(std::string_view text, char* field, std::size_t size) {
   std::size_t used = 0;
-  while (!text.empty()) {
+  for (;;) {
+    const std::size_t plain = PlainSize(text.substr(0, size - 1 - used));
+    used += text.copy(field + used, plain);
+    text.remove_prefix(plain);
+    if (text.empty()) break;
     const Utf8Character character = FirstCharacter(text);
     const bool usable = character.length > 0 && AllowedInXml(character.code);
     const std::size_t consumed = character.length > 0 ? character.length : 1;
@@ -42,12 +66,13 @@ void CopyField(std::string_view text, char* field, std::size_t size) {
 }
 
 bool IsBinary(std::string_view bytes) {
-  while (!bytes.empty()) {
+  for (;;) {
+    bytes.remove_prefix(PlainSize(bytes));
+    if (bytes.empty()) return false;
     const Utf8Character character = FirstCharacter(bytes);
     if (character.length == 0 || character.code == 0) return true;
     bytes.remove_prefix(character.length);
   }
-  return false;
 }
 
 std::string EncodeBase64(std::string_view bytes, std::size_t longest) {

@@ -85,6 +85,61 @@ TEST_P(EventQueueLoad, NothingIsLostDoubledOrStuck) {
 INSTANTIATE_TEST_SUITE_P(Places, EventQueueLoad, ::testing::Values(1, 2, 255, 256, 257, 5000),
                          ::testing::PrintToStringParamName());
 
+tagWKEventData EventOf(long number) {
+  tagWKEventData event{};
+  event.Status = number;
+  return event;
+}
+
+TEST(EventQueue, EventsAndItemsKeepTheirOrder) {
+  EventQueue queue(100);
+  for (long i = 0; i < 60; ++i) {
+    QueueItem item = Numbered(i);
+    i % 7 == 3 ? queue.Push(item) : queue.PushEvent(EventOf(i));
+  }
+  queue.Flush();
+  for (long i = 0; i < 60; ++i) {
+    const QueueItem item = Popped(queue);
+    const bool event = item.kind == QueueItem::Kind::kEvent;
+    EXPECT_EQ(i % 7 != 3, event);
+    EXPECT_EQ(i, event ? item.event.Status : item.line);
+  }
+}
+
+TEST(EventQueue, EveryEventTakesAPlace) {
+  for (const int places : {1, 2, 30, 5000}) {
+    EventQueue queue(places);
+    std::atomic<int> pushed = 0;
+    std::thread reader([&] {
+      for (long i = 0; i <= places; ++i) {
+        queue.PushEvent(EventOf(i));
+        ++pushed;
+      }
+      queue.Flush();
+    });
+    EXPECT_TRUE(WaitUntil([&] { return pushed == places; }));
+    for (long i = 0; i <= places; ++i) EXPECT_EQ(i, Popped(queue).event.Status);
+    reader.join();
+  }
+}
+
+TEST_P(EventQueueLoad, NoEventIsLostDoubledOrStuck) {
+  constexpr long kEvents = 200'000;
+  EventQueue queue(GetParam());
+  std::thread reader([&] {
+    for (long i = 0; i < kEvents; ++i) queue.PushEvent(EventOf(i));
+    queue.Flush();
+  });
+  long wrong = 0;
+  QueueItem item{};
+  for (long i = 0; i < kEvents; ++i) {
+    queue.Pop(item);
+    wrong += item.event.Status == i ? 0 : 1;
+  }
+  reader.join();
+  EXPECT_EQ(0, wrong);
+}
+
 TEST(QueueSink, EventsKeepTheirTextsAndCondition) {
   EventQueue queue(1);
   QueueSink sink(queue);
