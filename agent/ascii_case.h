@@ -10,7 +10,12 @@ namespace wkagent {
 // True when the texts differ at most in the case of ASCII letters, as LDAP's keywords and attribute
 // names may.
 [[nodiscard]] inline bool SameIgnoringCase(std::string_view left, std::string_view right) {
-  return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+  if (left.size() != right.size()) return false;
+  if (left.empty()) return true;
+  // Letters differ from their other case in one bit. Most texts differ in the first letter already.
+  constexpr int kCaseBit = 0x20;
+  if (((left.front() ^ right.front()) & ~kCaseBit) != 0) return false;
+  return strncasecmp(left.data(), right.data(), left.size()) == 0;
 }
 
 }  // namespace wkagent

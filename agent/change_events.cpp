@@ -61,7 +61,11 @@ void ChangeEvents::Emit(const ChangeOrigin& origin) {
 void ChangeEvents::EmitOne(const Change& change) {
   event_.EventID = change.code;
   SetField(event_.Attribute1, change.attribute);
-  const std::string value = WithoutCredentials(change.attribute, change.value);
+  std::string shown;
+  std::string_view value = change.value;
+  if (MayHoldCredentials(change.attribute)) {
+    value = shown = WithoutCredentials(change.attribute, change.value);
+  }
   if (IsSecretAttribute(change.attribute)) {
     SetField(event_.AttributeValue, "");
   } else if (HasBinaryOption(change.attribute) || IsBinary(value)) {

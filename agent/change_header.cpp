@@ -21,16 +21,18 @@ std::string Address(std::string_view peer) {
   return std::string(address);
 }
 
+bool IsPeer(std::string_view text) {
+  return text.starts_with("IP=") || text.starts_with("PATH=") || text.starts_with("UNKNOWN=");
+}
+
 // Where the peer begins, as an offset of its leading blank; the length where there is none.
 std::size_t FindPeer(std::string_view text) {
-  std::size_t peer = text.size();
-  for (const std::string_view kind : {" IP=", " PATH=", " UNKNOWN="}) {
-    const std::size_t found = text.rfind(kind);
-    if (found == std::string_view::npos) continue;
-    // The last of them: a user's name may look like a peer.
-    if (peer == text.size() || found > peer) peer = found;
+  // The last of them: a user's name may look like a peer.
+  std::size_t blank = text.size();
+  while (blank > 0 && (blank = text.rfind(' ', blank - 1)) != std::string_view::npos) {
+    if (IsPeer(text.substr(blank + 1))) return blank;
   }
-  return peer;
+  return text.size();
 }
 
 // Splits "SUFFIX USER", both of which may hold blanks.

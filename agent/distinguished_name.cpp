@@ -27,16 +27,22 @@ std::string_view Trimmed(std::string_view text) {
   return text;
 }
 
-// Where the first of `separators` stands that is neither escaped nor quoted; the length where none
-// does.
-std::size_t FindSeparator(std::string_view text, std::string_view separators) {
+// The characters that end a part of a name: commas, or semicolons in older names, between RDNs, and
+// the plus signs within one.
+using IsSeparator = bool (*)(char c);
+constexpr bool EndsRdn(char c) { return c == ',' || c == ';'; }
+constexpr bool EndsPair(char c) { return c == '+'; }
+
+// Where the first separator stands that is neither escaped nor quoted; the length where none does.
+template <IsSeparator kIsSeparator>
+std::size_t FindSeparator(std::string_view text) {
   bool quoted = false;
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '\\') {
       ++i;
     } else if (text[i] == '"') {
       quoted = !quoted;
-    } else if (!quoted && separators.find(text[i]) != std::string_view::npos) {
+    } else if (!quoted && kIsSeparator(text[i])) {
       return i;
     }
   }
@@ -44,8 +50,9 @@ std::size_t FindSeparator(std::string_view text, std::string_view separators) {
 }
 
 // Takes the part before the first separator off the front of `rest`.
-std::string_view TakePart(std::string_view& rest, std::string_view separators) {
-  const std::size_t end = FindSeparator(rest, separators);
+template <IsSeparator kIsSeparator>
+std::string_view TakePart(std::string_view& rest) {
+  const std::size_t end = FindSeparator<kIsSeparator>(rest);
   const std::string_view part = rest.substr(0, end);
   rest.remove_prefix(end < rest.size() ? end + 1 : end);
   return Trimmed(part);
@@ -55,7 +62,9 @@ void AppendUnescaped(std::string_view value, std::string& out) {
   if (value.size() >= 2 && value.starts_with('"') && value.ends_with('"')) {
     value = value.substr(1, value.size() - 2);
   }
-  for (std::size_t i = 0; i < value.size(); ++i) {
+  const std::size_t plain = std::min(value.find('\\'), value.size());
+  out.append(value, 0, plain);
+  for (std::size_t i = plain; i < value.size(); ++i) {
     if (value[i] != '\\' || i + 1 == value.size()) {
       out += value[i];
       continue;
@@ -77,54 +86,64 @@ std::string_view ValueOf(std::string_view pair) {
   return equals == std::string_view::npos ? pair : Trimmed(pair.substr(equals + 1));
 }
 
-// The RDNs of a name, each with its "type=value" texts in lower case, sorted.
-using Rdns = std::vector<std::vector<std::string>>;
-
-Rdns ComparableRdns(std::string_view name) {
-  Rdns rdns;
-  while (!name.empty()) {
-    std::string_view rdn = TakePart(name, ",;");
-    std::vector<std::string>& pairs = rdns.emplace_back();
-    while (!rdn.empty()) {
-      const std::string_view pair = TakePart(rdn, "+");
-      std::string& text = pairs.emplace_back(Trimmed(pair.substr(0, pair.find('='))));
-      text += '=';
-      AppendUnescaped(ValueOf(pair), text);
-      for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
-    std::sort(pairs.begin(), pairs.end());
+// The "type=value" texts of an RDN in lower case, sorted.
+std::vector<std::string> ComparablePairs(std::string_view rdn) {
+  std::vector<std::string> pairs;
+  while (!rdn.empty()) {
+    const std::string_view pair = TakePart<EndsPair>(rdn);
+    std::string& text = pairs.emplace_back(Trimmed(pair.substr(0, pair.find('='))));
+    text += '=';
+    AppendUnescaped(ValueOf(pair), text);
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   }
-  return rdns;
+  std::sort(pairs.begin(), pairs.end());
+  return pairs;
+}
+
+bool SameRdn(std::string_view left, std::string_view right) {
+  return left == right || ComparablePairs(left) == ComparablePairs(right);
+}
+
+std::size_t CountRdns(std::string_view name) {
+  std::size_t count = 0;
+  for (; !name.empty(); ++count) TakePart<EndsRdn>(name);
+  return count;
 }
 
 }  // namespace
 
 std::string DottedName(std::string_view name) {
   std::string dotted;
+  dotted.reserve(name.size());
   for (bool first = true; !name.empty(); first = false) {
-    std::string_view rdn = TakePart(name, ",;");
+    std::string_view rdn = TakePart<EndsRdn>(name);
     if (!first) dotted += '.';
     for (bool firstPair = true; !rdn.empty(); firstPair = false) {
       if (!firstPair) dotted += '+';
-      AppendUnescaped(ValueOf(TakePart(rdn, "+")), dotted);
+      AppendUnescaped(ValueOf(TakePart<EndsPair>(rdn)), dotted);
     }
   }
   return dotted;
 }
 
 std::string_view ParentName(std::string_view name) {
-  TakePart(name, ",;");
+  TakePart<EndsRdn>(name);
   return Trimmed(name);
 }
 
 bool SameName(std::string_view left, std::string_view right) {
-  return ComparableRdns(left) == ComparableRdns(right);
+  while (!left.empty() && !right.empty()) {
+    if (!SameRdn(TakePart<EndsRdn>(left), TakePart<EndsRdn>(right))) return false;
+  }
+  return left.empty() && right.empty();
 }
 
 bool IsAtOrBelow(std::string_view name, std::string_view ancestor) {
-  const Rdns whole = ComparableRdns(name);
-  const Rdns end = ComparableRdns(ancestor);
-  return end.size() <= whole.size() && std::equal(end.rbegin(), end.rend(), whole.rbegin());
+  const std::size_t depth = CountRdns(name);
+  const std::size_t least = CountRdns(ancestor);
+  if (depth < least) return false;
+  for (std::size_t i = least; i < depth; ++i) TakePart<EndsRdn>(name);
+  return SameName(name, ancestor);
 }
 
 }  // namespace wkagent

@@ -1,6 +1,10 @@
 #include "agent/event_codes.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "agent/ascii_case.h"
+#include "agent/name_filter.h"
 #include "agent/secret_attributes.h"
 
 namespace wkagent {
@@ -46,14 +50,30 @@ constexpr AttributeCodes kAttributes[] = {
     {"dITStructureRules", kSchemaChanged, kSchemaChanged},
 };
 
+constexpr NameFilter FilterOfAttributes() {
+  NameFilter filter;
+  for (const AttributeCodes& entry : kAttributes) filter.Add(entry.attribute);
+  return filter;
+}
+
+constexpr NameFilter kFilter = FilterOfAttributes();
+
+// Null where an attribute's codes are those of most.
+const AttributeCodes* FindCodes(std::string_view name) {
+  if (!kFilter.MayBeName(name)) return nullptr;
+  const auto* const found =
+      std::find_if(std::begin(kAttributes), std::end(kAttributes),
+                   [&](const auto& entry) { return SameIgnoringCase(entry.attribute, name); });
+  return found == std::end(kAttributes) ? nullptr : found;
+}
+
 }  // namespace
 
 unsigned short AttributeEventCode(std::string_view attribute, bool removed) {
-  const std::string_view name = BaseName(attribute);
-  for (const AttributeCodes& entry : kAttributes) {
-    if (SameIgnoringCase(entry.attribute, name)) return removed ? entry.removed : entry.added;
-  }
-  return removed ? kValueRemoved : kValueAdded;
+  constexpr AttributeCodes kMost = {{}, kValueAdded, kValueRemoved};
+  const AttributeCodes* const found = FindCodes(BaseName(attribute));
+  const AttributeCodes& codes = found == nullptr ? kMost : *found;
+  return removed ? codes.removed : codes.added;
 }
 
 bool NamesSecondObject(unsigned short code) {

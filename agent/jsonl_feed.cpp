@@ -105,7 +105,7 @@ void JsonlFeed::TakeLine(std::string_view line) {
   if (error != nullptr) return sink_.OnMalformed(splitter_.Number(), error);
   if (event_.EventID == kPasswordChanged || IsSecretAttribute(event_.Attribute1)) {
     SetField(event_.AttributeValue, "");
-  } else {
+  } else if (MayHoldCredentials(event_.Attribute1)) {
     SetField(event_.AttributeValue, WithoutCredentials(event_.Attribute1, event_.AttributeValue));
   }
   sink_.OnEvent(event_);

@@ -1,6 +1,7 @@
 #include "agent/ldif_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 
 #include "agent/ascii_case.h"
@@ -36,12 +37,20 @@ bool IsEndMark(std::string_view line) {
   return line.starts_with(kEnd) && IsHeader(line.substr(kEnd.size()));
 }
 
-// An attribute description (RFC 4512): letters, digits, hyphens, dots, and options after ";".
+// The characters of an attribute description (RFC 4512): letters, digits, hyphens, dots, and
+// options after ";".
+constexpr std::array<bool, 256> MakeNameCharacters() {
+  std::array<bool, 256> fits{};
+  for (unsigned char c = 0; c < 26; ++c) fits['A' + c] = fits['a' + c] = true;
+  for (unsigned char c = 0; c < 10; ++c) fits['0' + c] = true;
+  for (const unsigned char c : {'-', '.', ';', '_'}) fits[c] = true;
+  return fits;
+}
+
+constexpr std::array<bool, 256> kNameCharacters = MakeNameCharacters();
+
 bool IsAttributeName(std::string_view name) {
-  const auto fits = [](char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '.' || c == ';' ||
-           c == '_';
-  };
+  const auto fits = [](char c) { return kNameCharacters[static_cast<unsigned char>(c)]; };
   return !name.empty() && std::all_of(name.begin(), name.end(), fits);
 }
 

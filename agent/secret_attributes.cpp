@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "agent/ascii_case.h"
+#include "agent/name_filter.h"
 
 namespace wkagent {
 namespace {
@@ -21,6 +22,14 @@ constexpr std::string_view kSecretAttributes[] = {"2.5.4.35",          "olcRootP
                                                   "ipaNTHash",         "dhcpKeySecret",
                                                   "userPKCS12",        "sambaLMHash",
                                                   "sambaNTHash"};
+
+constexpr NameFilter FilterOfSecretAttributes() {
+  NameFilter filter;
+  for (const std::string_view name : kSecretAttributes) filter.Add(name);
+  return filter;
+}
+
+constexpr NameFilter kFilter = FilterOfSecretAttributes();
 
 // What a password follows in a setting of the directory server.
 constexpr std::string_view kSecretKeys[] = {"credentials=", "bindpw="};
@@ -53,14 +62,21 @@ std::string_view BaseName(std::string_view attribute) {
 bool IsSecretAttribute(std::string_view attribute) {
   const std::string_view name = BaseName(attribute);
   const auto isName = [&](std::string_view secret) { return SameIgnoringCase(name, secret); };
-  return std::any_of(std::begin(kSecretAttributes), std::end(kSecretAttributes), isName) ||
-         FindIgnoringCase(name, "password", 0) != std::string_view::npos;
+  if (kFilter.MayBeName(name) &&
+      std::any_of(std::begin(kSecretAttributes), std::end(kSecretAttributes), isName)) {
+    return true;
+  }
+  return FindIgnoringCase(name, "password", 0) != std::string_view::npos;
+}
+
+bool MayHoldCredentials(std::string_view attribute) {
+  return StartsWithIgnoringCase(attribute, "olc");
 }
 
 // The server reads a setting as words between blanks: a backslash escapes the next character, and
 // within double quotes, which may begin and end anywhere, a blank is part of the word.
 std::string WithoutCredentials(std::string_view attribute, std::string_view value) {
-  if (!StartsWithIgnoringCase(attribute, "olc")) return std::string(value);
+  if (!MayHoldCredentials(attribute)) return std::string(value);
   std::string shown;
   bool quoted = false;
   bool hidden = false;

@@ -12,6 +12,9 @@ namespace wkagent {
 // True for attributes whose values are passwords or keys: these are written nowhere.
 [[nodiscard]] bool IsSecretAttribute(std::string_view attribute);
 
+// True for attributes whose values may hold passwords beside other things.
+[[nodiscard]] bool MayHoldCredentials(std::string_view attribute);
+
 // Replaces the passwords inside a value that is not secret as a whole, such as the "credentials" of
 // a replication agreement.
 [[nodiscard]] std::string WithoutCredentials(std::string_view attribute, std::string_view value);
