@@ -1,7 +1,10 @@
 #include "agent/jsonl_feed.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <ctime>
+#include <iterator>
 
 #include "agent/event_codes.h"
 #include "agent/event_condition.h"
@@ -86,6 +89,36 @@ constexpr Field kFields[] = {
     {"Condition", SetConditionField},
 };
 
+// Finds fields in the order of the table first: most writers put the same keys into the same order.
+class FieldFinder {
+ public:
+  // Null where there is no such field.
+  [[nodiscard]] const Field* Find(std::string_view key) {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      const Field& field = kFields[next_];
+      next_ = next_ + 1 < kCount ? next_ + 1 : 0;
+      if (key == field.name) return &field;
+    }
+    return nullptr;
+  }
+
+ private:
+  static constexpr std::size_t kCount = std::size(kFields);
+
+  std::size_t next_ = 0;
+};
+
+// Empties an event, whose texts need no more for that than their ends.
+void Clear(tagWKEventData& event) {
+  std::memset(&event, 0, offsetof(tagWKEventData, UserName));
+  for (char* const text :
+       {event.UserName, event.NodeAddress, event.Class1, event.Object1, event.Attribute1,
+        event.AttributeValue, event.Class2, event.Object2, event.ServerName, event.TreeName}) {
+    *text = '\0';
+  }
+  event.EventTime = 0;
+}
+
 }  // namespace
 
 JsonlFeed::JsonlFeed(FeedSink& sink) : sink_(sink), splitter_(kLongestLine) {}
@@ -116,15 +149,15 @@ const char* JsonlFeed::ReadEvent(std::string_view line) {
   if (parser_.parse(line.data(), line.size()).get(object) != simdjson::SUCCESS) {
     return "not a JSON object";
   }
-  event_ = {};
+  Clear(event_);
   bool hasTime = false;
+  FieldFinder fields;
   for (const auto& [key, value] : object) {
     if (value.is_null()) continue;
-    for (const Field& field : kFields) {
-      if (key != field.name) continue;
-      if (const char* const error = field.set(event_, value); error != nullptr) return error;
-      hasTime = hasTime || field.set == SetEventTime;
-    }
+    const Field* const field = fields.Find(key);
+    if (field == nullptr) continue;
+    if (const char* const error = field->set(event_, value); error != nullptr) return error;
+    hasTime = hasTime || field->set == SetEventTime;
   }
   if (event_.EventID == 0) return "EventID is missing";
   if (!hasTime) event_.EventTime = std::time(nullptr);
