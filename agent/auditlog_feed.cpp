@@ -122,11 +122,15 @@ void AuditlogFeed::Emit(const LdifRecord& record) {
   if (!record.header.empty()) header = ReadChangeHeader(record.header, name);
   if (header.user.empty()) header.user = ModifierOf(record);
   if (header.time == 0) header.time = ReadGeneralizedTime(LastValue(record, "modifyTimestamp"));
+  if (header.suffix != suffix_) {
+    tree_ = DottedName(header.suffix);
+    suffix_ = header.suffix;
+  }
   changes_.Emit({.entry = name,
                  .user = header.user,
                  .address = header.address,
                  .entryClass = ClassOf(record),
-                 .tree = DottedName(header.suffix),
+                 .tree = tree_,
                  .time = header.time});
 }
 

@@ -1,6 +1,7 @@
 #ifndef WKAGENT_AGENT_AUDITLOG_FEED_H
 #define WKAGENT_AGENT_AUDITLOG_FEED_H
 
+#include <string>
 #include <string_view>
 
 #include "agent/change_events.h"
@@ -33,6 +34,8 @@ class AuditlogFeed : public Feed, private LdifHandler {
   FeedSink& sink_;
   LdifReader reader_;
   ChangeEvents changes_;
+  std::string suffix_;  // the last one, and its dotted form
+  std::string tree_;
 };
 
 }  // namespace wkagent

@@ -50,7 +50,10 @@ void ChangeEvents::Value(std::string_view attribute, std::string_view value, boo
 
 void ChangeEvents::Emit(const ChangeOrigin& origin) {
   event_.EventTime = origin.time == 0 ? std::time(nullptr) : origin.time;
-  SetField(event_.UserName, DottedName(origin.user));
+  if (origin.user != user_) {
+    SetField(event_.UserName, DottedName(origin.user));
+    user_ = origin.user;
+  }
   SetField(event_.NodeAddress, origin.address);
   SetField(event_.TreeName, origin.tree);
   SetField(event_.Object1, DottedName(origin.entry));

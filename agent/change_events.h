@@ -16,7 +16,7 @@ struct ChangeOrigin {
   std::string_view user;
   std::string_view address;
   std::string_view entryClass;
-  std::string tree;  // as it is written
+  std::string_view tree;  // as it is written
   std::time_t time = 0;
 };
 
@@ -51,6 +51,7 @@ class ChangeEvents {
 
   FeedSink& sink_;
   tagWKEventData event_{};
+  std::string user_;  // whose dotted form the event holds
   std::vector<Change> changes_;
   std::string newName_;  // of a renamed entry, as it is written
 };

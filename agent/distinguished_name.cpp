@@ -104,6 +104,14 @@ bool SameRdn(std::string_view left, std::string_view right) {
   return left == right || ComparablePairs(left) == ComparablePairs(right);
 }
 
+// True when `name` ends with a comma and the very text of `ancestor`, and that comma parts RDNs.
+bool EndsAsWritten(std::string_view name, std::string_view ancestor) {
+  if (name.size() <= ancestor.size() || !name.ends_with(ancestor)) return false;
+  const std::string_view below = name.substr(0, name.size() - ancestor.size());
+  return below.ends_with(',') && below.find('\\') == std::string_view::npos &&
+         below.find('"') == std::string_view::npos;
+}
+
 std::size_t CountRdns(std::string_view name) {
   std::size_t count = 0;
   for (; !name.empty(); ++count) TakePart<EndsRdn>(name);
@@ -139,6 +147,7 @@ bool SameName(std::string_view left, std::string_view right) {
 }
 
 bool IsAtOrBelow(std::string_view name, std::string_view ancestor) {
+  if (EndsAsWritten(name, ancestor)) return true;
   const std::size_t depth = CountRdns(name);
   const std::size_t least = CountRdns(ancestor);
   if (depth < least) return false;

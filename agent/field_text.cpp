@@ -95,11 +95,23 @@ bool DecodeBase64(char* text, std::size_t& size) {
   if (size % 4 != 0) return false;
   std::size_t length = size;
   while (length > 0 && size - length < 2 && text[length - 1] == '=') --length;
+  const auto digit = [text](std::size_t i) -> std::int32_t {
+    return kDigitValues[static_cast<unsigned char>(text[i])];
+  };
+  std::size_t used = 0;
+  std::size_t i = 0;
+  for (; length - i >= 4; i += 4) {
+    const std::int32_t group =
+        digit(i) << 18 | digit(i + 1) << 12 | digit(i + 2) << 6 | digit(i + 3);
+    if (group < 0) return false;
+    text[used++] = static_cast<char>(group >> 16);
+    text[used++] = static_cast<char>(group >> 8 & 0xFF);
+    text[used++] = static_cast<char>(group & 0xFF);
+  }
   std::uint32_t bits = 0;
   unsigned count = 0;
-  std::size_t used = 0;
-  for (std::size_t i = 0; i < length; ++i) {
-    const std::int8_t value = kDigitValues[static_cast<unsigned char>(text[i])];
+  for (; i < length; ++i) {
+    const std::int32_t value = digit(i);
     if (value < 0) return false;
     bits = bits << 6 | static_cast<std::uint32_t>(value);
     count += 6;

@@ -49,9 +49,11 @@ constexpr std::array<bool, 256> MakeNameCharacters() {
 
 constexpr std::array<bool, 256> kNameCharacters = MakeNameCharacters();
 
-bool IsAttributeName(std::string_view name) {
-  const auto fits = [](char c) { return kNameCharacters[static_cast<unsigned char>(c)]; };
-  return !name.empty() && std::all_of(name.begin(), name.end(), fits);
+// The size of the attribute description that a line begins with, 0 where it is not "name:...".
+std::size_t NameSize(std::string_view line) {
+  std::size_t size = 0;
+  while (size < line.size() && kNameCharacters[static_cast<unsigned char>(line[size])]) ++size;
+  return size < line.size() && line[size] == ':' ? size : 0;
 }
 
 }  // namespace
@@ -132,10 +134,8 @@ void LdifReader::StoreLine(std::size_t start, long number) {
     lines_.push_back({start, 1, start + 1, 0, number});
     return;
   }
-  const std::size_t colon = text.find(':');
-  if (colon == std::string_view::npos || !IsAttributeName(text.substr(0, colon))) {
-    return Fail(number, "not an LDIF line");
-  }
+  const std::size_t colon = NameSize(text);
+  if (colon == 0) return Fail(number, "not an LDIF line");
   Stored line{start, colon, 0, 0, number};
   const bool isName = SameIgnoringCase(text.substr(0, colon), "dn");
   if (state_ == State::kInRecord && isName) return Fail(number, "a second dn in one record");

@@ -168,6 +168,14 @@ TEST(IsAtOrBelow, DoesNotTakeTheEndOfAnRdnForAnRdn) {
   EXPECT_FALSE(IsAtOrBelow(R"(cn=a\,o=acme)", "o=acme"));
   EXPECT_FALSE(IsAtOrBelow("cn=a+o=acme", "o=acme"));
   EXPECT_FALSE(IsAtOrBelow(R"(cn=a\03\01o\02acme)", "o=acme"));
+  EXPECT_FALSE(IsAtOrBelow(R"(cn="a,o=acme)", "o=acme"));
+  EXPECT_FALSE(IsAtOrBelow(R"(cn="a,o=acme")", "o=acme\""));
+}
+
+TEST(IsAtOrBelow, SeesTheCommaBehindAnEscapedOrQuotedOne) {
+  EXPECT_TRUE(IsAtOrBelow(R"(cn=a\\,o=acme)", "o=acme"));
+  EXPECT_TRUE(IsAtOrBelow(R"(cn="a,b",o=acme)", "o=acme"));
+  EXPECT_TRUE(IsAtOrBelow(",o=acme", "o=acme"));
 }
 
 }  // namespace

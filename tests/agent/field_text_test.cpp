@@ -117,6 +117,22 @@ TEST(FieldText, ReplacesZeroBytes) {
   EXPECT_EQ(std::string("a") + kReplacement + "b", InLargeField(std::string_view("a\0b", 3)));
 }
 
+// Printable characters are copied many at once.
+TEST(FieldText, EveryByteIsSeenAtEveryPlaceAmongPrintableOnes) {
+  for (int value = 0; value < 256; ++value) {
+    const char byte = static_cast<char>(value);
+    const bool kept = (value >= 0x20 && value < 0x80) || value == 9 || value == 10 || value == 13;
+    for (std::size_t place = 0; place < 17; ++place) {
+      std::string text(17, 'a');
+      text[place] = byte;
+      std::string shown = text;
+      if (!kept) shown.replace(place, 1, kReplacement);
+      EXPECT_EQ(shown, InLargeField(text)) << value << " at " << place;
+      EXPECT_EQ(value == 0 || value >= 0x80, IsBinary(text)) << value << " at " << place;
+    }
+  }
+}
+
 struct Invalid {
   const char* what;
   std::string bytes;
