@@ -43,7 +43,7 @@ constexpr std::array<bool, 256> MakeNameCharacters() {
   std::array<bool, 256> fits{};
   for (unsigned char c = 0; c < 26; ++c) fits['A' + c] = fits['a' + c] = true;
   for (unsigned char c = 0; c < 10; ++c) fits['0' + c] = true;
-  for (const unsigned char c : {'-', '.', ';', '_'}) fits[c] = true;
+  for (const char c : {'-', '.', ';', '_'}) fits[static_cast<unsigned char>(c)] = true;
   return fits;
 }
 

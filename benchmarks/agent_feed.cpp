@@ -29,7 +29,7 @@ using wkagent::test::Process;
 
 constexpr long kEvents = 1'000'000;
 constexpr long kMegabyte = 1'000'000;
-constexpr long kMostMemory = 32 * 1024;  // KiB
+constexpr long kMostMemory = 32L * 1024;  // KiB
 
 struct Figures {
   double cpu = 0;
