@@ -1,7 +1,8 @@
 // What one audit record costs, the file being rotated at every 500: WriteAuditData against the bare
 // text writer of libxml2, which gets each value as a text made beforehand, and against a writer of
 // the same bytes by hand, which is the least that the format allows. All three write the same
-// bytes, which is checked first.
+// bytes, which is checked first. Two further cases show how the cost grows with the length of a
+// value, and with the size of the files.
 
 #include <cstdio>
 #include <cstring>
@@ -22,7 +23,7 @@
 
 namespace {
 
-constexpr int kRecordsPerFile = 500;
+constexpr int kUsualRecords = 500;  // a file
 constexpr char kRoot[] = "EDAuditData";
 constexpr char kGroup[] = "EDADataRecords";
 constexpr char kRecord[] = "EDADataRecord";
@@ -47,7 +48,16 @@ void Fill(char (&field)[kSize], std::string_view text) {
   text.copy(field, kSize - 1);
 }
 
-tagWKEventData EventOf(int number) {
+// A value of so many characters, or a usual one where it is negative.
+std::string ValueOf(int number, int length) {
+  const std::string value = "+49 <30> 555-" + std::to_string(number);
+  if (length < 0) return value;
+  std::string repeated;
+  while (repeated.size() < static_cast<std::size_t>(length)) repeated += value;
+  return repeated.substr(0, static_cast<std::size_t>(length));
+}
+
+tagWKEventData EventOf(int number, int length) {
   tagWKEventData event{};
   event.EventID = 20005;
   Fill(event.UserName, "admin" + std::to_string(number % 7) + ".it.acme");
@@ -55,7 +65,7 @@ tagWKEventData EventOf(int number) {
   Fill(event.Class1, "inetOrgPerson");
   Fill(event.Object1, "jsmith" + std::to_string(number % 1000) + ".sales.emea.acme");
   Fill(event.Attribute1, "telephoneNumber");
-  Fill(event.AttributeValue, "+49 <30> 555-" + std::to_string(number));
+  Fill(event.AttributeValue, ValueOf(number, length));
   Fill(event.ServerName, "ldap1.acme.example");
   Fill(event.TreeName, "dc=acme,dc=example");
   event.EventTime = kFirstTime + number / kEventsPerSecond;
@@ -90,13 +100,15 @@ std::vector<Attribute> AttributesOf(const tagWKEventData& event) {
 
 // The events, and their values for those who get them ready-made.
 struct Input {
-  explicit Input(int count) {
+  explicit Input(int count, int length = -1, int perFile = kUsualRecords)
+      : recordsPerFile(perFile) {
     for (int i = 0; i < count; ++i) {
-      events.push_back(EventOf(i));
+      events.push_back(EventOf(i, length));
       attributes.push_back(AttributesOf(events.back()));
     }
   }
 
+  const int recordsPerFile;
   std::vector<tagWKEventData> events;
   std::vector<std::vector<Attribute>> attributes;
 };
@@ -105,6 +117,7 @@ class Wkagent {
  public:
   explicit Wkagent(const Input& input) : input_(input) {
     output_.InitializeLogMessage([](int, char*, char*) {});
+    output_.SetThresholdLimit(input.recordsPerFile);
     output_.OpenFile();
   }
   void Write(std::size_t index) {
@@ -126,7 +139,7 @@ class Rotated {
  public:
   explicit Rotated(const Input& input) : input_(input) { file_.Open(); }
   void Write(std::size_t index) {
-    if (count_ == kRecordsPerFile) {
+    if (count_ == input_.recordsPerFile) {
       file_.Close();
       std::rename(File::kFile, "../outbox/other.xml");
       file_.Open();
@@ -281,10 +294,21 @@ void WriteRecords(benchmark::State& state, const Input& input) {
   writer.Close();
 }
 
-void Register(const char* contender, void (*run)(benchmark::State&, const Input&),
+void Register(const std::string& name, void (*run)(benchmark::State&, const Input&),
               const Input& input) {
-  benchmark::RegisterBenchmark(("record_write/rotated-at-500/" + std::string(contender)).c_str(),
+  benchmark::RegisterBenchmark(("record_write/" + name).c_str(),
                                [run, &input](benchmark::State& state) { run(state, input); });
+}
+
+bool WriteSameBytes(const Input& input) {
+  for (const std::size_t count : {400UL, 1234UL}) {
+    const std::string ours = BytesOf<Wkagent>(input, count);
+    if (ours.empty() || ours != BytesOf<Rotated<BareLibxml2>>(input, count) ||
+        ours != BytesOf<Rotated<ByHand>>(input, count)) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -292,18 +316,27 @@ void Register(const char* contender, void (*run)(benchmark::State&, const Input&
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   const wkagent::bench::BenchHome home;
-  const Input input(2000);
-  for (const std::size_t count : {400UL, 1234UL}) {
-    const std::string ours = BytesOf<Wkagent>(input, count);
-    if (ours.empty() || ours != BytesOf<Rotated<BareLibxml2>>(input, count) ||
-        ours != BytesOf<Rotated<ByHand>>(input, count)) {
-      std::fputs("record_write: the writers do not write the same bytes\n", stderr);
-      return 70;
-    }
+  const Input usual(2000);
+  if (!WriteSameBytes(usual)) {
+    std::fputs("record_write: the writers do not write the same bytes\n", stderr);
+    return 70;
   }
-  Register("wkagent", WriteRecords<Wkagent>, input);
-  Register("libxml2", WriteRecords<Rotated<BareLibxml2>>, input);
-  Register("by-hand", WriteRecords<Rotated<ByHand>>, input);
+  Register("rotated-at-500/wkagent", WriteRecords<Wkagent>, usual);
+  Register("rotated-at-500/libxml2", WriteRecords<Rotated<BareLibxml2>>, usual);
+  Register("rotated-at-500/by-hand", WriteRecords<Rotated<ByHand>>, usual);
+  std::vector<std::unique_ptr<Input>> inputs;
+  for (const int length : {1, 10, 30, 100, 299}) {
+    const Input& input = *inputs.emplace_back(std::make_unique<Input>(200, length));
+    const std::string name = "value-of-" + std::to_string(length);
+    Register(name + "/wkagent", WriteRecords<Wkagent>, input);
+    Register(name + "/libxml2", WriteRecords<Rotated<BareLibxml2>>, input);
+  }
+  for (const int records : {1, 10, 100, 1000, 10'000}) {
+    const Input& input = *inputs.emplace_back(std::make_unique<Input>(200, -1, records));
+    const std::string name = "files-of-" + std::to_string(records);
+    Register(name + "/wkagent", WriteRecords<Wkagent>, input);
+    Register(name + "/libxml2", WriteRecords<Rotated<BareLibxml2>>, input);
+  }
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }

@@ -13,7 +13,8 @@ using ByteMap = std::array<unsigned char, 256>;
 // The upper case of each byte in the thread's locale, as toupper(3) has it.
 [[nodiscard]] inline ByteMap UpperCaseMap() {
   ByteMap map{};
-  for (int byte = 0; byte < 256; ++byte) map[byte] = static_cast<unsigned char>(std::toupper(byte));
+  std::iota(map.begin(), map.end(), 0);
+  for (unsigned char& byte : map) byte = static_cast<unsigned char>(std::toupper(byte));
   return map;
 }
 

@@ -17,8 +17,8 @@ class WKOutputFile::State {
   // the level of records, and its writer has already ended one, so that neither an open start tag
   // nor an indentation is left to it. After an error everything goes through the writer, which
   // fails attribute by attribute.
-  [[nodiscard]] bool TakesText(const _xmlTextWriter* writer) const {
-    return writer == fileWriter && buffer != nullptr && level == kRecordLevel && elementEnded &&
+  [[nodiscard]] bool TakesText(const _xmlTextWriter* current) const {
+    return current == fileWriter && buffer != nullptr && level == kRecordLevel && elementEnded &&
            writeError == 0;
   }
 
