@@ -33,7 +33,7 @@ namespace {
 constexpr std::size_t kBlockSize = 2048;
 constexpr std::size_t kBlocks = 1000;
 constexpr int kEvents = 20'000;
-constexpr int kRounds = 20;  // in each repetition: how the threads meet is chance
+constexpr int kRounds = 12;  // in each repetition: how the threads meet is chance
 
 using Block = std::array<char, kBlockSize>;
 
