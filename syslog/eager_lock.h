@@ -12,13 +12,7 @@ namespace wkagent {
 class WKAGENT_THREAD_ANNOTATION(scoped_lockable) EagerLock {
  public:
   explicit EagerLock(Mutex& mutex) WKAGENT_THREAD_ANNOTATION(acquire_capability(mutex))
-      : lock_(mutex, std::try_to_lock) {
-    for (int tries = 0; tries < kTries && !lock_.owns_lock(); ++tries) {
-      Pause();
-      (void)lock_.try_lock();
-    }
-    if (!lock_.owns_lock()) lock_.lock();
-  }
+      : lock_(Acquire(mutex), std::adopt_lock) {}
   ~EagerLock() WKAGENT_THREAD_ANNOTATION(release_capability()) = default;
 
   EagerLock(const EagerLock&) = delete;
@@ -29,6 +23,15 @@ class WKAGENT_THREAD_ANNOTATION(scoped_lockable) EagerLock {
 
  private:
   static constexpr int kTries = 40;
+
+  static std::mutex& Acquire(std::mutex& mutex) {
+    for (int tries = 0; tries < kTries; ++tries) {
+      if (mutex.try_lock()) return mutex;
+      Pause();
+    }
+    mutex.lock();
+    return mutex;
+  }
 
   static void Pause() {
 #if defined(__x86_64__)
