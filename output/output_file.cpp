@@ -202,9 +202,8 @@ int WKOutputFile::ThresholdLimitReached() {
 int WKOutputFile::RenameLog() { return ArchiveFile(fileName, StampNow().c_str()); }
 
 int WKOutputFile::ArchiveFile(const char* from, const char* stamp) {
-  const wkagent::Move move = state_->safe
-                                 ? wkagent::ArchiveWithoutReplacing(from, rootElement, stamp)
-                                 : wkagent::Archive(from, rootElement, stamp);
+  const wkagent::Move move =
+      state_->safe ? ArchiveToFreeName(from, stamp) : wkagent::Archive(from, rootElement, stamp);
   if (move.error == 0) {
     ++state_->archived;
     wkagent::FormatBounded(errorText, "Created archive file %s", move.to.c_str());
@@ -214,6 +213,17 @@ int WKOutputFile::ArchiveFile(const char* from, const char* stamp) {
   }
   Report();
   return move.error == 0 ? 0 : -1;
+}
+
+wkagent::Move WKOutputFile::ArchiveToFreeName(const char* from, const char* stamp) {
+  const bool sameSecond = state_->latestStamp == stamp;
+  const wkagent::Move move = wkagent::ArchiveWithoutReplacing(from, rootElement, stamp,
+                                                              sameSecond ? state_->nextNumber : 0);
+  if (move.error == 0) {
+    state_->latestStamp = stamp;
+    state_->nextNumber = move.number + 1;
+  }
+  return move;
 }
 
 void WKOutputFile::SetThresholdLimit(int limit) { thresholdLimit = limit; }

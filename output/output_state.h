@@ -1,6 +1,7 @@
 #ifndef WKAGENT_OUTPUT_OUTPUT_STATE_H
 #define WKAGENT_OUTPUT_OUTPUT_STATE_H
 
+#include <string>
 #include <string_view>
 
 #include <libxml/xmlIO.h>
@@ -31,6 +32,10 @@ class WKOutputFile::State {
 
   bool safe = false;
   int archived = 0;
+  // Where archiving without replacing goes on within a second: the names before are taken, or their
+  // files have been fetched, and trying them all again would take longer for each.
+  std::string latestStamp;
+  int nextNumber = 0;
   int writeError = 0;         // of the open file
   int earlierWriteError = 0;  // of those before it, since the host's OpenFile
 

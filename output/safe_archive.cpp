@@ -44,7 +44,8 @@ template <typename Name>
 Move MoveToFreeName(const std::string& from, int number, Name name) {
   Move move;
   do {
-    move.to = name(number++);
+    move.number = number++;
+    move.to = name(move.number);
     move.error = RenameWithoutReplacing(from, move.to);
   } while (move.error == EEXIST);
   return move;
@@ -65,9 +66,9 @@ Move Archive(const std::string& from, const std::string& rootElement, const std:
 }
 
 Move ArchiveWithoutReplacing(const std::string& from, const std::string& rootElement,
-                             const std::string& stamp) {
-  return MoveToFreeName(from, 0,
-                        [&](int number) { return ArchivePath(rootElement, stamp, number); });
+                             const std::string& stamp, int number) {
+  return MoveToFreeName(from, number,
+                        [&](int next) { return ArchivePath(rootElement, stamp, next); });
 }
 
 Move SetAside(const std::string& liveFile, const std::string& stamp) {

@@ -17,7 +17,8 @@ namespace wkagent {
 // Where a file is moved to, and with what result.
 struct Move {
   std::string to;
-  int error = 0;  // errno, 0 when the file was moved
+  int error = 0;   // errno, 0 when the file was moved
+  int number = 0;  // of the name
 };
 
 // The archive name for a stamp; `number` 0 is the plain name.
@@ -28,9 +29,9 @@ struct Move {
 [[nodiscard]] Move Archive(const std::string& from, const std::string& rootElement,
                            const std::string& stamp);
 
-// Moves `from` into the outbox under the first name that is free.
+// Moves `from` into the outbox under the first name that is free, from `number` on.
 [[nodiscard]] Move ArchiveWithoutReplacing(const std::string& from, const std::string& rootElement,
-                                           const std::string& stamp);
+                                           const std::string& stamp, int number = 0);
 
 // Moves the live file aside.
 [[nodiscard]] Move SetAside(const std::string& liveFile, const std::string& stamp);

@@ -31,6 +31,10 @@
 struct _xmlTextWriter;
 struct tagWKEventData;
 
+namespace wkagent {
+struct Move;
+}  // namespace wkagent
+
 // WKOutputFile writes records as the elements of an XML document, counts them and rotates the file.
 // It owns the open document; one thread at a time may use an object. Each error and notice is put
 // into `errorText` and handed to LogStatus.
@@ -128,6 +132,7 @@ class WKAGENT_EXPORT WKOutputFile : public WKLogStatus {
 
   void Report();
   int ArchiveFile(const char* from, const char* stamp);
+  wkagent::Move ArchiveToFreeName(const char* from, const char* stamp);
   bool ClearLiveFile();
   bool CompleteLiveFile();
 

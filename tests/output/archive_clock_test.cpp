@@ -66,6 +66,21 @@ TEST_F(ArchiveClock, SafeArchivesOfASecondAreNumbered) {
   EXPECT_EQ(Range(1, 12), Numbers(Archives()));
 }
 
+TEST_F(ArchiveClock, SafeArchiveDoesNotTakeANameAgain) {
+  FixedClock clock(kMorning);
+  LoggedOutput output;
+  output.SetSafeArchive(true);
+  for (int number = 1; number <= 3; ++number) ArchiveOne(output, number);
+  std::filesystem::remove("../outbox/EDA20261115082205.xml");
+  std::filesystem::remove("../outbox/EDA20261115082205_0001.xml");
+  ArchiveOne(output, 4);
+  clock.Set(kMorning + 1);
+  ArchiveOne(output, 5);
+  EXPECT_THAT(home_.List("outbox"),
+              ElementsAre("EDA20261115082205_0002.xml", "EDA20261115082205_0003.xml",
+                          "EDA20261115082206.xml"));
+}
+
 TEST_F(ArchiveClock, SafeArchiveReplacesNobodysFile) {
   const FixedClock clock(kMorning);
   home_.Write("outbox/EDA20261115082205.xml", "of another program");
