@@ -217,8 +217,8 @@ int WKOutputFile::ArchiveFile(const char* from, const char* stamp) {
 
 wkagent::Move WKOutputFile::ArchiveToFreeName(const char* from, const char* stamp) {
   const bool sameSecond = state_->latestStamp == stamp;
-  const wkagent::Move move = wkagent::ArchiveWithoutReplacing(from, rootElement, stamp,
-                                                              sameSecond ? state_->nextNumber : 0);
+  wkagent::Move move = wkagent::ArchiveWithoutReplacing(from, rootElement, stamp,
+                                                        sameSecond ? state_->nextNumber : 0);
   if (move.error == 0) {
     state_->latestStamp = stamp;
     state_->nextNumber = move.number + 1;

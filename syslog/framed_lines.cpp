@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <memory>
 
 namespace wkagent {
@@ -35,8 +34,7 @@ std::string_view FramedLines(std::span<const std::string> lines) {
   char* const begin = buffer.WithRoomFor(size);
   char* end = begin;
   for (const std::string& line : lines) {
-    std::memcpy(end, line.data(), line.size());
-    end += line.size();
+    end += line.copy(end, line.size());
     *end++ = '\n';
   }
   return {begin, size};
