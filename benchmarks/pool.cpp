@@ -4,7 +4,8 @@
 // allocates.
 //
 // A thread that finds its queue full or empty gives the processor away. The times are those of both
-// threads; the contenders take turns.
+// threads; the contenders take turns. A further case, of one thread, shows how the cost grows with
+// the number of events that are queued.
 
 #include <array>
 #include <chrono>
@@ -186,9 +187,27 @@ Contender Make(const std::string& name) {
           }};
 }
 
+// One thread, which finds so many events queued each time.
+template <typename Queue>
+Contender MakeQueued(int queued, const std::string& name) {
+  auto queue = std::make_shared<Queue>();
+  Block event{};
+  for (int i = 0; i < queued; ++i) queue->Put(event);
+  return {"pool/queued-" + std::to_string(queued) + '/' + name, [=]() mutable {
+            for (int i = 0; i < kEvents; ++i) {
+              if (!queue->Put(event) || !queue->Take(event)) throw std::runtime_error("refused");
+            }
+          }};
+}
+
 void Measure(wkagent::bench::ProgramResults& results) {
-  const Contender contenders[] = {Make<Pool>("wkagent"), Make<FreeList>("free_list"),
-                                  Make<Deque>("deque")};
+  std::vector<Contender> contenders = {Make<Pool>("wkagent"), Make<FreeList>("free_list"),
+                                       Make<Deque>("deque")};
+  for (const int queued : {1, 10, 100, 900}) {
+    contenders.push_back(MakeQueued<Pool>(queued, "wkagent"));
+    contenders.push_back(MakeQueued<FreeList>(queued, "free_list"));
+    contenders.push_back(MakeQueued<Deque>(queued, "deque"));
+  }
   for (int round = 0; round < kRounds * results.Repetitions(); ++round) {
     for (const Contender& contender : contenders) {
       const double cpu = CpuSeconds();
