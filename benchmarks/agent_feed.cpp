@@ -150,6 +150,8 @@ Figures RunRsyslogd(const std::string& events) {
   std::ofstream(work + "/conf")
       << "global(workDirectory=\"" << work << "\")\n"
       << "module(load=\"imfile\")\nmodule(load=\"mmjsonparse\")\n"
+      // One thread, so that the records keep their order.
+      << "main_queue(queue.type=\"LinkedList\" queue.workerThreads=\"1\")\n"
       << "template(name=\"record\" type=\"string\" string=\"" << kRecord << "\")\n"
       << "input(type=\"imfile\" file=\"" << events << "\" tag=\"events\" ruleset=\"write\")\n"
       << "ruleset(name=\"write\") { action(type=\"mmjsonparse\" cookie=\"\")\n"
