@@ -27,7 +27,8 @@ wkagent::StatementShape Describe(WKFilterStatement& object) {
                   {&statement.objects, statement.allObjects},
                   {&statement.classes, statement.allClasses},
                   {&statement.attributes, statement.allAttributes},
-                  {&statement.values, statement.allValues}}};
+                  {&statement.values, statement.allValues},
+                  {&statement.nodes, statement.allNodes}}};
   shape.anyContext = statement.allEDirectory;
   shape.subContexts = statement.auditSubContexts;
   shape.context = statement.auditedContext;
@@ -55,8 +56,9 @@ bool WKEDAFilter::PassFilter(int operation, char* user, char* node, char* object
   EventShape event;
   event.key = wkagent::PlaceOf(operation, wkagent::kFirstDirectoryOperation);
   event.context = name.context;
-  event.texts = {Text(user, Missing::kFails), Text(name.own), Text(className, Missing::kFails),
-                 Text(attribute, Missing::kPasses), Text(value, Missing::kPasses)};
+  event.texts = {Text(user, Missing::kFails),      Text(name.own),
+                 Text(className, Missing::kFails), Text(attribute, Missing::kPasses),
+                 Text(value, Missing::kPasses),    Text(node, Missing::kFails)};
   return wkagent::DecideIndexedEvent<WKEDAFilterStatement>(*this, *index, event, covers);
 }
 

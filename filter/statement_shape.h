@@ -11,7 +11,7 @@
 
 namespace wkagent {
 
-constexpr std::size_t kMostLists = 5;
+constexpr std::size_t kMostLists = 6;
 constexpr int kMostKeys = 16;
 
 struct StatementShape {

@@ -44,7 +44,7 @@ struct NaiveStatement {
 struct NaiveDirectoryStatement : NaiveStatement {
   bool subContexts;
   std::string context;  // empty covers the whole directory
-  NaiveList objects, classes, attributes, values;
+  NaiveList nodes, objects, classes, attributes, values;
 };
 struct NaiveLoginStatement : NaiveStatement {
   std::set<int> conditions;
@@ -69,7 +69,8 @@ bool Covers(const NaiveDirectoryStatement& statement, const DirectoryEvent& even
   return statement.enabled && (statement.allDay || statement.windowOpen) &&
          (statement.allOperations || statement.operations.count(event.operation) > 0) &&
          ContextCovers(statement, context) && ListCovers(statement.users, event.user) &&
-         ListCovers(statement.objects, ownName) && ListCovers(statement.classes, event.className) &&
+         ListCovers(statement.nodes, event.node) && ListCovers(statement.objects, ownName) &&
+         ListCovers(statement.classes, event.className) &&
          (!event.attribute || ListCovers(statement.attributes, event.attribute)) &&
          (!event.value || ListCovers(statement.values, event.value));
 }
@@ -122,8 +123,8 @@ class Cases {
     statement.operations = Codes(20001, 20016);
     statement.subContexts = random_.OneIn(2);
     if (random_.OneIn(3)) statement.context = random_.OneIn(4) ? "[Root]" : Name(4, "aA.") + "a";
-    for (NaiveList* list :
-         {&statement.objects, &statement.classes, &statement.attributes, &statement.values}) {
+    for (NaiveList* list : {&statement.nodes, &statement.objects, &statement.classes,
+                            &statement.attributes, &statement.values}) {
       *list = List();
     }
   }
@@ -217,6 +218,7 @@ void FillCommon(const NaiveStatement& from, WKFilterStatement& to) {
 void Fill(const NaiveDirectoryStatement& from, WKEDAFilterStatement& to) {
   FillCommon(from, to);
   to.SetAllOpsFlag(from.allOperations);
+  to.SetAllNodeFlag(from.nodes.all);
   to.SetAuditSubContexts(from.subContexts);
   to.SetAllObjFlag(from.objects.all);
   to.SetAllClassFlag(from.classes.all);
@@ -224,6 +226,7 @@ void Fill(const NaiveDirectoryStatement& from, WKEDAFilterStatement& to) {
   to.SetAllValueFlag(from.values.all);
   to.SetAuditedContext(Text(from.context));
   for (const int code : from.operations) to.AddOperation(code);
+  AddAll(from.nodes, [&](char* name) { to.AddNode(name); });
   AddAll(from.objects, [&](char* name) { to.AddObject(name); });
   AddAll(from.classes, [&](char* name) { to.AddClass(name); });
   AddAll(from.attributes, [&](char* name) { to.AddAttr(name); });
