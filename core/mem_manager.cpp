@@ -5,33 +5,23 @@
 
 #include <wkagent/core.h>
 
+#include "core/lock_eagerly.h"
+
 namespace {
 
-// Tells the processor that this thread waits.
-void Pause() {
-#if defined(__x86_64__)
-  __builtin_ia32_pause();
-#endif
-}
-
 // Holds a pool's mutex, which is a plain one of the C library, for a scope. Another thread holds it
-// for one copy as a rule, and that is over long before this one could sleep and be woken; so it
-// stays awake at first, but no longer than a few microseconds.
+// for one copy as a rule.
 class PoolLock {
  public:
   explicit PoolLock(pthread_mutex_t& mutex) : mutex_(mutex) {
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-      if (pthread_mutex_trylock(&mutex_) == 0) return;
-      for (int pause = 0; pause < kPauses; ++pause) Pause();
-    }
-    pthread_mutex_lock(&mutex_);
+    wkagent::LockEagerly(mutex_, kTries, kPauses);
   }
   ~PoolLock() { pthread_mutex_unlock(&mutex_); }
   PoolLock(const PoolLock&) = delete;
   PoolLock& operator=(const PoolLock&) = delete;
 
  private:
-  static constexpr int kAttempts = 8;
+  static constexpr int kTries = 8;
   static constexpr int kPauses = 16;
 
   pthread_mutex_t& mutex_;

@@ -5,6 +5,8 @@
 
 #include <wkagent/mutex.h>
 
+#include "core/lock_eagerly.h"
+
 namespace wkagent {
 
 // Holds a Mutex for a scope, as MutexLock does, but tries for about a microsecond before it sleeps.
@@ -25,18 +27,8 @@ class WKAGENT_THREAD_ANNOTATION(scoped_lockable) EagerLock {
   static constexpr int kTries = 40;
 
   static std::mutex& Acquire(std::mutex& mutex) {
-    for (int tries = 0; tries < kTries; ++tries) {
-      if (mutex.try_lock()) return mutex;
-      Pause();
-    }
-    mutex.lock();
+    LockEagerly(*mutex.native_handle(), kTries, 1);
     return mutex;
-  }
-
-  static void Pause() {
-#if defined(__x86_64__)
-    __builtin_ia32_pause();
-#endif
   }
 
   std::unique_lock<std::mutex> lock_;
