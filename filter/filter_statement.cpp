@@ -45,10 +45,7 @@ void WKFilterStatement::SetTitle(char* text) {
 }
 void WKFilterStatement::ClearTitle() { title.Reset(); }
 
-void WKFilterStatement::Changed() {
-  ++revision_;
-  wkagent::CountWatchedChange();
-}
+void WKFilterStatement::Changed() { wkagent::CountWatchedChange(); }
 
 void WKFilterStatement::Change(bool& flag, bool on) {
   flag = on;

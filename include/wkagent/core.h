@@ -155,7 +155,8 @@ class WKAGENT_EXPORT CLinkList {
   // A number that changes with every change of the nodes, their order or their blocks by a method.
   std::uint32_t GetRevision() const { return revision_; }
 
-  // Lets every change from now on also count in the process's wkagent::WatchedChanges().
+  // Lets filters notice every change from now on. For lists of filter statements, whose filter
+  // calls it.
   void Watch() { watched_ = 1; }
 
   tagLinkList* head;

@@ -155,16 +155,15 @@ class WKAGENT_EXPORT WKFilterStatement : public WKLogStatus {
   WKSNMPAlertObject snmpAlert;
   WKSyslogAlertObject syslogAlert;
 
-  // A number that changes with every setting that a method changes, but for the alerts and times.
-  std::uint32_t GetRevision() const { return revision_; }
-
  protected:
-  // Must be called by whatever changes a setting; the second changes a flag and does.
+  // Tells filters that a setting has changed, so that they prepare anew what they decide by. Every
+  // setter calls it but those of title, times and alerts.
   void Changed();
+
+  // Sets a flag, and calls Changed.
   void Change(bool& flag, bool on);
 
  private:
-  std::uint32_t revision_ = 0;
   std::unique_ptr<wkagent::ListMatcher> userMatcher_;
   std::unique_ptr<wkagent::ListMatcher> nodeMatcher_;
 };
