@@ -22,18 +22,18 @@ class LiveFile {
 
   // Takes text and, where `flush` says so, writes all that it has. False after an error.
   [[nodiscard]] bool Write(const char* data, std::size_t length, bool flush) {
-    if (used_ + length > kBlock) {
-      WriteOut(block_.get(), std::exchange(used_, 0));
-      if (length > kBlock) {
-        WriteOut(data, length);
-        return *error_ == 0;
-      }
+    if (used_ + length > kBlock) Flush();
+    if (length > kBlock) {
+      WriteOut(data, length);
+    } else {
+      std::memcpy(block_.get() + used_, data, length);
+      used_ += length;
     }
-    std::memcpy(block_.get() + used_, data, length);
-    used_ += length;
-    if (flush) WriteOut(block_.get(), std::exchange(used_, 0));
+    if (flush) Flush();
     return *error_ == 0;
   }
+
+  void Flush() { WriteOut(block_.get(), std::exchange(used_, 0)); }
 
  private:
   static constexpr std::size_t kBlock = std::size_t{32} << 10;
@@ -56,7 +56,7 @@ class LiveFile {
   std::size_t used_ = 0;
 };
 
-// The callbacks of an xmlOutputBuffer, which owns the LiveFile until it closes it, flushed.
+// The callbacks of an xmlOutputBuffer, which owns the LiveFile until it closes it.
 int WriteText(void* context, const char* data, int length) {
   auto* const file = static_cast<LiveFile*>(context);
   const bool flush = length < kFullBuffer;
@@ -65,6 +65,8 @@ int WriteText(void* context, const char* data, int length) {
 
 int CloseFile(void* context) {
   const std::unique_ptr<LiveFile> owner(static_cast<LiveFile*>(context));
+  owner->Flush();  // the last text may have filled the buffer to the byte, and left none to hand
+                   // over
   return 0;
 }
 

@@ -1,6 +1,5 @@
 #include "output/date_cache.h"
 
-#include <clocale>
 #include <string>
 
 #include <gtest/gtest.h>
