@@ -19,7 +19,8 @@ function(wkagent_test name)
     WKAGENT_SOURCE_DIR="${PROJECT_SOURCE_DIR}" WKAGENT_BINARY_DIR="${PROJECT_BINARY_DIR}")
   wkagent_target_defaults(${name})
   # Tests are compiled once and run once: what they test is optimised, they need not be.
-  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
+  target_compile_options(${name} PRIVATE
+    $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
   gtest_discover_tests(${name}
     TEST_PREFIX "${arg_PREFIX}" PROPERTIES TIMEOUT 300 DISCOVERY_TIMEOUT 60)
 endfunction()
