@@ -24,8 +24,9 @@ namespace wkagent {
 
 // The value of an attribute as the readers see it, nothing where there is none.
 [[nodiscard]] inline std::optional<std::string> AttributeText(WKConfigFile& file, xmlNode* element,
-                                                              std::string name) {
-  const char* const value = file.GetTagValue(element, name.data());
+                                                              std::string_view name) {
+  std::string key(name);
+  const char* const value = file.GetTagValue(element, key.data());
   if (value == nullptr) return {};
   return value;
 }

@@ -40,11 +40,10 @@ std::string Hex(char c) {
   return digits.data();
 }
 
-// The number of bytes of the UTF-8 character that begins the text; 1 for what is none.
-std::size_t CharacterLength(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text[0]);
-  const std::size_t length = first < 0xC0 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-  return std::min(length, text.size());
+// The number of bytes of the UTF-8 character that begins with this one; 1 for what is none.
+std::size_t CharacterLength(char start) {
+  const auto first = static_cast<unsigned char>(start);
+  return first < 0xC0 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
 }
 
 // One character in the "Q" encoding of RFC 2047.
@@ -132,10 +131,10 @@ std::string EncodeHeader(std::string_view text, std::size_t used) {
   constexpr std::string_view kEnd = "?=";
   std::string header(kStart);
   std::size_t column = used + kStart.size();
-  for (std::string_view rest = clean; !rest.empty();) {
-    const std::size_t length = CharacterLength(rest);  // a character is never divided
-    const std::string encoded = EncodeQ(rest.substr(0, length));
-    rest.remove_prefix(length);
+  for (std::size_t at = 0; at < clean.size();) {
+    const std::string character = clean.substr(at, CharacterLength(clean[at]));  // never divided
+    const std::string encoded = EncodeQ(character);
+    at += character.size();
     if (column + encoded.size() + kEnd.size() > kLongestLine) {
       header.append(kEnd).append("\r\n ").append(kStart);
       column = 1 + kStart.size();
