@@ -34,11 +34,12 @@ class EventSink {
   EventSink(ComponentEventSink sink, void* wrapper, const char* component)
       : sink_(sink), wrapper_(wrapper), component_(component) {}
 
-  void Fire(int event, std::initializer_list<void*> parameters) const {
-    if (sink_ == nullptr) return;
+  // Returns what the sink does, or 0 where there is none.
+  int Fire(int event, std::initializer_list<void*> parameters) const {
+    if (sink_ == nullptr) return 0;
     std::vector<void*> params(parameters);
     std::vector<int> lengths(params.size(), 0);
-    sink_(wrapper_, event, static_cast<int>(params.size()), params.data(), lengths.data());
+    return sink_(wrapper_, event, static_cast<int>(params.size()), params.data(), lengths.data());
   }
 
   // Fires the component's error event, and prints one line on standard error. Returns the code.

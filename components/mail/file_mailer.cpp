@@ -26,7 +26,8 @@ enum Direction { kClient, kServer };
 
 constexpr int kSend = 11;
 constexpr int kFailed = 1;
-constexpr int kRefusals = 400;  // replies of a server from here on
+constexpr int kRefusals = 400;      // replies of a server from here on
+constexpr int kMostRefusals = 100;  // that are told of one mail
 
 struct Property {
   int number;
@@ -103,24 +104,31 @@ class Mailer {
   }
 
   int Send(const Envelope& envelope) const {
-    const std::string size = std::to_string(envelope.message.size());
     events_.Fire(kConnectionStatus, {ToParameter(std::string("connecting")), ToParameter(0),
                                      ToParameter(envelope.server)});
     events_.Fire(kStartTransfer, {ToParameter(kClient)});
     std::string error;
-    const auto answer = [&](std::string_view text) {
-      const std::string line(text);
-      events_.Fire(kPITrail, {ToParameter(kServer), ToParameter(line)});
-      const int reply = std::atoi(line.c_str());
-      if (reply >= kRefusals) Fail(reply, "the server says: " + line);
-    };
-    const int code = SendBySmtp(envelope, answer, error);
+    int refusals = 0;
+    const Follower follower = {
+        .answer = [&](std::string_view line) { TellAnswer(std::string(line), refusals); },
+        .goesOn = [&](std::size_t sent) { return TellTransfer(sent, std::string()) == 0; }};
+    const int code = SendBySmtp(envelope, follower, error);
     if (code != 0) return Fail(code, envelope.server + ": " + error);
-    events_.Fire(kTransfer,
-                 {ToParameter(kClient), ToParameter(static_cast<int>(envelope.message.size())),
-                  ToParameter(envelope.message)});
+    TellTransfer(envelope.message.size(), envelope.message);
     events_.Fire(kEndTransfer, {ToParameter(kClient)});
     return 0;
+  }
+
+  void TellAnswer(const std::string& line, int& refusals) const {
+    events_.Fire(kPITrail, {ToParameter(kServer), ToParameter(line)});
+    const int reply = std::atoi(line.c_str());
+    if (reply < kRefusals || ++refusals > kMostRefusals) return;
+    Fail(reply, "the server says: " + line);
+  }
+
+  int TellTransfer(std::size_t sent, const std::string& text) const {
+    return events_.Fire(
+        kTransfer, {ToParameter(kClient), ToParameter(static_cast<int>(sent)), ToParameter(text)});
   }
 
   const EventSink events_;

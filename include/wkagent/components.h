@@ -21,7 +21,10 @@
 // Results: 0 is success. Everything else is an error, which has also been told to the event sink.
 //
 // Events: the component calls the sink, on the thread that called it, with the event's number and
-// its parameters. Parameters that the sink may change are looked at again when it returns.
+// its parameters. Parameters that the sink may change are looked at again when it returns. While a
+// mail is under way, FileMailer's event 6 (transfer: direction, bytes so far, text) comes at least
+// once a second, with an empty text until all is sent: a sink that returns anything but 0 then
+// breaks the mail off.
 
 #include <wkagent/export.h>
 
