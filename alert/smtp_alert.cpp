@@ -2,6 +2,7 @@
 #include <cstring>
 #include <ctime>
 #include <iterator>
+#include <utility>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -52,6 +53,19 @@ wkagent::CurrentObject<WKSMTPAlert>& Current() {
   return current;
 }
 
+// Breaks the mail off once the flag, if there is one, is set.
+class StoppableMailer : public wkagent::FileMailer {
+ public:
+  explicit StoppableMailer(const std::atomic<bool>* stop) : stop_(stop) {}
+
+  int FireTransfer(wkagent::FileMailerTransferEventParams* /*event*/) override {
+    return stop_ != nullptr && *stop_ ? 1 : 0;
+  }
+
+ private:
+  const std::atomic<bool>* const stop_;
+};
+
 // A null text leaves the field as it is.
 template <std::size_t kSize>
 void SetField(char (&field)[kSize], const char* text) {
@@ -95,14 +109,16 @@ void WKSMTPAlert::SetFromID(char* text) {
   SetField(fromId, text != nullptr && text[0] == '\0' ? kDefaultSender : text);
 }
 
-int WKSMTPAlert::SendMessage() {
+int WKSMTPAlert::SendMessage() { return Send(nullptr); }
+
+int WKSMTPAlert::Send(const std::atomic<bool>* stop) {
   sent_ = false;
   if (!wkagent::FileMailer::IsAvailable()) {
     wkagent::CopyBounded(statusText, "Mail component not available");
     LogStatus(statusText);
     return 1;
   }
-  wkagent::FileMailer mailer;
+  StoppableMailer mailer(stop);
   mailer.SetText(kServer, std::strcmp(server, "0.0.0.0") == 0 ? kLocalHost : server);
   mailer.SetText(kFrom, fromId);
   mailer.SetText(kTo, toList);
@@ -127,23 +143,29 @@ void WKSMTPAlert::Serialize() {
   if (!wkagent::AppendToSpool(kKind, stamp, bytes)) wkagent::LogSpoolFailure(*this, kKind);
 }
 
-int WKSMTPAlert::Deserialize(char* path) {
+int WKSMTPAlert::Deserialize(char* path) { return ReplayFile(path, safeReplay_, nullptr); }
+
+int WKSMTPAlert::Replay(char* path, const std::atomic<bool>& stop) {
+  return ReplayFile(path, true, &stop);
+}
+
+int WKSMTPAlert::ReplayFile(const char* path, bool keep, const std::atomic<bool>* stop) {
   wkagent::File file = wkagent::OpenSpool(path);
   if (file == nullptr) return 0;
-  std::string left;
+  wkagent::SpoolReplayer replayer({.keep = keep, .stop = stop});
   Record record{};
   while (std::fread(&record, sizeof(record), 1, file.get()) == 1) {
-    CopyText(fromId, record.from);
-    CopyText(toList, record.to);
-    CopyText(ccList, record.cc);
-    CopyText(subject, record.subject);
-    CopyText(message, record.message);
-    SendMessage();
-    if (safeReplay_ && !sent_) left.append(reinterpret_cast<const char*>(&record), sizeof(record));
+    replayer.Try({reinterpret_cast<const char*>(&record), sizeof(record)}, [&] {
+      CopyText(fromId, record.from);
+      CopyText(toList, record.to);
+      CopyText(ccList, record.cc);
+      CopyText(subject, record.subject);
+      CopyText(message, record.message);
+      Send(stop);
+      return sent_;
+    });
   }
-  file.reset();
-  if (!left.empty()) return wkagent::KeepInSpool(path, left) ? 0 : 1;
-  return wkagent::RemoveSpool(path);
+  return replayer.Finish(path, std::move(file));
 }
 
 int WKSMTPAlert::InstaSend() {

@@ -90,7 +90,14 @@ int WKSNMPAlert::SendMessage() {
 void WKSNMPAlert::Serialize() { wkagent::SpoolLine(*this, kKind); }
 
 int WKSNMPAlert::Deserialize(char* path) {
-  return wkagent::ReplayLines(*this, path, safeReplay_, [this] {
+  return wkagent::ReplayLines(*this, path, {.keep = safeReplay_}, [this] {
+    SendMessage();
+    return sent_;
+  });
+}
+
+int WKSNMPAlert::Replay(char* path, const std::atomic<bool>& stop) {
+  return wkagent::ReplayLines(*this, path, {.keep = true, .stop = &stop}, [this] {
     SendMessage();
     return sent_;
   });

@@ -1,13 +1,16 @@
 #include "alert/spool_file.h"
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,11 +21,61 @@ namespace wkagent {
 namespace {
 
 constexpr mode_t kMode = 0600;  // alerts name users and what they did
+constexpr std::chrono::seconds kPatience(5);
 
 bool WriteWhole(int file, std::string_view data) {
   const ssize_t written = ::write(file, data.data(), data.size());
   if (written >= 0 && static_cast<std::size_t>(written) < data.size()) errno = ENOSPC;
   return written == static_cast<ssize_t>(data.size());
+}
+
+// Opens a spool file for a moment's work on it, its lock taken: after a clock was set back, alerts
+// may be appended to a file that is being replayed. One that was removed or replaced meanwhile is
+// opened anew. Not open, with errno set, where that fails.
+Fd OpenLocked(const char* path, int flags) {
+  for (;;) {
+    Fd file(::open(path, flags | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, kMode));
+    // A file system without locks is no reason not to spool.
+    if (!file.IsOpen() || ::flock(file.Get(), LOCK_EX) != 0) return file;
+    struct stat opened {};
+    struct stat named {};
+    if (::fstat(file.Get(), &opened) != 0) return Fd();
+    const bool gone = ::lstat(path, &named) != 0 ? errno == ENOENT : named.st_ino != opened.st_ino;
+    if (!gone) return file;
+  }
+}
+
+// What has been appended behind `offset`.
+std::string ReadFrom(int file, off_t offset) {
+  std::string text;
+  char block[4096];
+  ssize_t count = 0;
+  while ((count = ::pread(file, block, sizeof(block), offset)) > 0) {
+    text.append(block, static_cast<std::size_t>(count));
+    offset += count;
+  }
+  return text;
+}
+
+bool ReplaceByRename(const char* path, std::string_view data) {
+  const std::string fresh = std::string(path) + ".new";
+  {
+    const Fd file(
+        ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kMode));
+    if (!file.IsOpen()) return false;
+    if (!WriteWhole(file.Get(), data)) {
+      ::unlink(fresh.c_str());
+      return false;
+    }
+  }
+  return std::rename(fresh.c_str(), path) == 0;
+}
+
+// For a disk without room for a second file: what is left is never longer than what there was. A
+// crash in between may leave records twice.
+bool Overwrite(int file, std::string_view data) {
+  const ssize_t written = ::pwrite(file, data.data(), data.size(), 0);
+  return written == static_cast<ssize_t>(data.size()) && ::ftruncate(file, written) == 0;
 }
 
 }  // namespace
@@ -36,8 +89,7 @@ void ReplaceMessage(WKAlert& owner, const char* text) {
 
 bool AppendToSpool(const char* kind, const TimeStamp& stamp, std::string_view data) {
   const std::string path = std::string("../tmp/") + kind + '.' + stamp.data() + ".txt";
-  const Fd file(
-      ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kMode));
+  const Fd file = OpenLocked(path.c_str(), O_WRONLY | O_APPEND | O_CREAT);
   if (!file.IsOpen()) return false;
   const off_t size = ::lseek(file.Get(), 0, SEEK_END);
   if (WriteWhole(file.Get(), data)) return true;
@@ -77,18 +129,44 @@ int RemoveSpool(const char* path) {
   return RunOnPath((std::string("rm -f ") + path).c_str(), "rm", path);
 }
 
-bool KeepInSpool(const char* path, const std::string& data) {
-  const std::string fresh = std::string(path) + ".new";
-  {
-    const Fd file(
-        ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kMode));
-    if (!file.IsOpen()) return false;
-    if (!WriteWhole(file.Get(), data)) {
-      ::unlink(fresh.c_str());
-      return false;
-    }
+void SpoolReplayer::Try(std::string_view record, const std::function<bool()>& send) {
+  using Clock = std::chrono::steady_clock;
+  over_ = over_ || mode_.IsStopped();
+  if (over_) {
+    untried_ += record;
+    return;
   }
-  return std::rename(fresh.c_str(), path) == 0;
+  const Clock::time_point start = Clock::now();
+  if (send() || !mode_.keep) return;
+  failed_ += record;
+  over_ = mode_.stop != nullptr && Clock::now() - start > kPatience;
+}
+
+int SpoolReplayer::Finish(const char* path, File read) const {
+  const long seen = std::ftell(read.get());
+  read.reset();
+  if (mode_.stop == nullptr && failed_.empty()) return RemoveSpool(path);
+  const std::string left = untried_ + failed_;
+  const bool unchanged = untried_.empty() && static_cast<long>(left.size()) == seen;
+  if (unchanged) return 0;
+  const Fd file = OpenLocked(path, O_RDWR);
+  if (!file.IsOpen()) return errno == ENOENT ? 0 : 1;
+  const std::string all = left + ReadFrom(file.Get(), seen);
+  if (all.empty()) return ::unlink(path) == 0 ? 0 : 1;
+  return ReplaceByRename(path, all) || Overwrite(file.Get(), all) ? 0 : 1;
+}
+
+int ReplayLines(WKAlert& owner, const char* path, const ReplayMode& mode,
+                const std::function<bool()>& send) {
+  File file = OpenSpool(path);
+  if (file == nullptr) return 0;
+  SpoolReplayer replayer(mode);
+  char line[sizeof(owner.message)] = {};
+  while (std::fgets(line, sizeof(line), file.get()) != nullptr) {
+    std::memcpy(owner.message, line, sizeof(line));
+    replayer.Try(line, send);
+  }
+  return replayer.Finish(path, std::move(file));
 }
 
 std::string SpoolPath(WKAlert& owner, const char* name) {

@@ -1,9 +1,8 @@
 #ifndef WKAGENT_ALERT_SPOOL_FILE_H
 #define WKAGENT_ALERT_SPOOL_FILE_H
 
-#include <algorithm>
-#include <cstdio>
-#include <iterator>
+#include <atomic>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -35,31 +34,44 @@ void LogSpoolFailure(WKAlert& owner, const char* kind);
 // Deletes a spool file; the result is that of system(3).
 [[nodiscard]] int RemoveSpool(const char* path);
 
-// Replaces the content of a spool file by what is still to be sent. False where that fails; the
-// file is then as it was.
-[[nodiscard]] bool KeepInSpool(const char* path, const std::string& data);
+// What is to become of alerts that are not sent.
+struct ReplayMode {
+  bool keep = false;                        // they stay in the file
+  const std::atomic<bool>* stop = nullptr;  // where it may be broken off
+
+  [[nodiscard]] bool IsStopped() const { return stop != nullptr && *stop; }
+};
+
+// One replay of a spool file: tries its records one after the other, and then leaves in the file
+// what is still to be sent.
+class SpoolReplayer {
+ public:
+  explicit SpoolReplayer(const ReplayMode& mode) : mode_(mode) {}
+
+  // Lets `send` try a record, unless the replay is over already. `send` tells whether the record
+  // was taken.
+  void Try(std::string_view record, const std::function<bool()>& send);
+
+  // Replaces the content of the file, which was read to its end, by what is left, or deletes it.
+  // Returns what Deserialize, or Replay, returns.
+  [[nodiscard]] int Finish(const char* path, File read) const;
+
+ private:
+  const ReplayMode mode_;
+  bool over_ = false;
+  std::string untried_;
+  std::string failed_;
+};
 
 // The path of a file in "../tmp". Empty, and logged to `owner`, where the name would lead
 // elsewhere.
 [[nodiscard]] std::string SpoolPath(WKAlert& owner, const char* name);
 
 // Sends a spool of text lines: each read of at most 255 bytes, with its line end, becomes the
-// owner's message. `send` is called for each and tells whether it was taken; what was not is kept
-// when `keep` is set. Returns what Deserialize returns.
-template <typename Send>
-int ReplayLines(WKAlert& owner, const char* path, bool keep, Send send) {
-  File file = OpenSpool(path);
-  if (file == nullptr) return 0;
-  std::string left;
-  char line[sizeof(owner.message)] = {};
-  while (std::fgets(line, sizeof(line), file.get()) != nullptr) {
-    std::copy(std::begin(line), std::end(line), std::begin(owner.message));
-    if (!send() && keep) left += line;
-  }
-  file.reset();
-  if (!left.empty()) return KeepInSpool(path, left) ? 0 : 1;
-  return RemoveSpool(path);
-}
+// owner's message. `send` is called for each and tells whether it was taken. Returns what
+// Deserialize, or Replay, returns.
+[[nodiscard]] int ReplayLines(WKAlert& owner, const char* path, const ReplayMode& mode,
+                              const std::function<bool()>& send);
 
 }  // namespace wkagent
 

@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <iterator>
-
 #include <syslog.h>
 
 #include <wkagent/alert.h>
@@ -41,9 +38,16 @@ void WKSysLog::SendMessage() {
 void WKSysLog::Serialize() { wkagent::SpoolLine(*this, kKind); }
 
 int WKSysLog::Deserialize(char* path) {
-  return wkagent::ReplayLines(*this, path, false, [this] {
+  return wkagent::ReplayLines(*this, path, {}, [this] {
     SendMessage();
     return true;
+  });
+}
+
+int WKSysLog::Replay(char* path, const std::atomic<bool>& stop) {
+  return wkagent::ReplayLines(*this, path, {.keep = true, .stop = &stop}, [this, &stop] {
+    SendMessage();
+    return !stop;
   });
 }
 

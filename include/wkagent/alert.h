@@ -26,8 +26,10 @@
 // belongs to the caller.
 //
 // A send is tried once: what the component says of it is not looked at, and the spool file goes
-// either way. With SetSafeReplay an alert that was not taken stays in its spool file.
+// either way. With SetSafeReplay an alert that was not taken stays in its spool file. Replay does
+// the same, and can be broken off.
 
+#include <atomic>
 #include <cstdint>
 
 #include <wkagent/core.h>
@@ -216,6 +218,13 @@ class WKAGENT_EXPORT WKSMTPAlert : public WKAlert {
   // take.
   void SetSafeReplay(bool on);
 
+  // As Deserialize with SetSafeReplay, but it ends soon after another thread sets `stop`, with what
+  // was not sent still in the file. A send that fails after more than five seconds ends it as well,
+  // so that a server that does not answer holds nobody up: the next replay begins with the records
+  // that were not tried. Returns 0, or another number when the file could not be changed, so that
+  // all of it would be sent again.
+  int Replay(char* path, const std::atomic<bool>& stop);
+
   // True when the component took the last mail.
   bool WasSent();
 
@@ -231,6 +240,9 @@ class WKAGENT_EXPORT WKSMTPAlert : public WKAlert {
   std::int64_t receivedCount;
 
  private:
+  int Send(const std::atomic<bool>* stop);
+  int ReplayFile(const char* path, bool keep, const std::atomic<bool>* stop);
+
   bool safeReplay_ = false;
   bool sent_ = false;
 };
@@ -273,8 +285,9 @@ class WKAGENT_EXPORT WKSNMPAlert : public WKAlert {
   // Deserialize on the current object, as WKSMTPAlert::SMTPAlertAvailable.
   static void SNMPAlertAvailable(const char* name);
 
-  // As in WKSMTPAlert.
+  // As in WKSMTPAlert. A trap that is being sent is not broken off.
   void SetSafeReplay(bool on);
+  int Replay(char* path, const std::atomic<bool>& stop);
   bool WasSent();
 
   static WKSNMPAlert* SNMPAlertPtr;  // the current object; deliberate: stays when that ends
@@ -311,6 +324,11 @@ class WKAGENT_EXPORT WKSysLog : public WKAlert {
   // As in WKSNMPAlert. Deliberate: an entry that was spooled ends with two line ends.
   void Serialize();
   int Deserialize(char* path);
+
+  // As in WKSMTPAlert. An entry is not broken off, and one during which `stop` was set stays in the
+  // file, for nobody knows whether it was taken: a log daemon that hangs lets a send wait for ever,
+  // unless a signal interrupts it.
+  int Replay(char* path, const std::atomic<bool>& stop);
 
   // Deserialize on the current object, as WKSMTPAlert::SMTPAlertAvailable.
   static void SysLogAlertAvailable(const char* name);
