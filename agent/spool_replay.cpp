@@ -1,162 +1,63 @@
 #include "agent/spool_replay.h"
 
 #include <algorithm>
-#include <array>
-#include <filesystem>
-#include <string_view>
-#include <utility>
-#include <vector>
+#include <atomic>
+#include <cstddef>
 
-#include <pthread.h>
-#include <sys/stat.h>
+#include <wkagent/alert.h>
 
-#include "agent/home_path.h"
 #include "agent/report.h"
 
 namespace wkagent {
 namespace {
 
-constexpr char kFolder[] = "../tmp/";
-constexpr std::chrono::seconds kLongestDelay(600);
-constexpr std::size_t kLongestReported = 1000;  // names, so that they cannot fill the memory
+// True where the settings that there are could be read. Where not, the mail would go to another
+// server: the one of this machine.
+bool LoadSettingsOf(WKSMTPAlert& mail) {
+  mail.statusText[0] = '\0';
+  mail.LoadSettings();
+  return mail.statusText[0] == '\0';  // else it holds what was logged
+}
 
-// Deserialize of a sender of its own, rather than the static entries: these use the object that was
+// With a sender of its own, rather than through the static entries: these use the object that was
 // constructed last in the process, which may be one of the worker's.
 template <typename Sender>
-void ReplayThrough(const std::string& path) {
+void ReplayThrough(const std::string& path, const std::atomic<bool>& stop) {
   Sender sender;
   sender.InitializeLogMessage(ReportLibraryMessage);
-  if constexpr (requires { sender.LoadSettings(); }) sender.LoadSettings();
-  if constexpr (requires { sender.SetSafeReplay(true); }) sender.SetSafeReplay(true);
-  std::string copy = path;
-  sender.Deserialize(copy.data());
-}
-
-struct Kind {
-  std::string_view prefix;
-  void (*replay)(const std::string& path);
-};
-
-constexpr std::array<Kind, 3> kKinds = {{
-    {"SMTP.", ReplayThrough<WKSMTPAlert>},
-    {"SNMP.", ReplayThrough<WKSNMPAlert>},
-    {"SysLog.", ReplayThrough<WKSysLog>},
-}};
-
-const Kind* KindOf(const std::string& name) {
-  const auto* const kind = std::find_if(kKinds.begin(), kKinds.end(), [&](const Kind& candidate) {
-    return name.starts_with(candidate.prefix);
-  });
-  return kind == kKinds.end() ? nullptr : kind;
-}
-
-std::vector<std::string> NamesInFolder() {
-  std::vector<std::string> names;
-  std::error_code error;
-  for (std::filesystem::directory_iterator entry(kFolder, error), end; !error && entry != end;
-       entry.increment(error)) {
-    names.push_back(entry->path().filename().string());
+  if constexpr (requires { LoadSettingsOf(sender); }) {
+    if (!LoadSettingsOf(sender)) return;
   }
-  std::sort(names.begin(), names.end());  // the oldest first, of each kind
-  return names;
+  std::string copy = path;
+  // What could not be taken out of its file is still there, and is seen to be.
+  (void)sender.Replay(copy.data(), stop);
 }
 
-// A file is appended to within one second. One from the future, of a clock that was set back, is
-// not waited for.
-bool IsFinished(const std::string& path) {
-  struct stat status {};
-  if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
-  const std::time_t now = std::time(nullptr);
-  return status.st_mtime < now || status.st_mtime > now + 1;
-}
+constexpr std::array<AlertKind, 3> kKinds = {{
+    {"SMTP.", "wk-alert-mail", "mails", ReplayThrough<WKSMTPAlert>},
+    {"SNMP.", "wk-alert-trap", "traps", ReplayThrough<WKSNMPAlert>},
+    {"SysLog.", "wk-alert-log", "log entries", ReplayThrough<WKSysLog>},
+}};
 
 }  // namespace
 
 bool IsSpoolName(const std::string& name) {
-  constexpr std::size_t kDigits = 14;
-  const Kind* const kind = KindOf(name);
-  if (kind == nullptr) return false;
-  const std::string rest = name.substr(kind->prefix.size());
-  return rest.size() == kDigits + 4 && rest.ends_with(".txt") &&
-         rest.find_first_not_of("0123456789") == kDigits;
+  return std::any_of(kKinds.begin(), kKinds.end(),
+                     [&](const AlertKind& kind) { return IsSpoolName(kind, name); });
 }
 
-void ReplaySpoolFile(const std::string& name) { KindOf(name)->replay(kFolder + name); }
-
-SpoolReplay::SpoolReplay(std::string home, std::chrono::seconds interval)
-    : home_(std::move(home)), interval_(interval), thread_([this] { Run(); }) {}
+SpoolReplay::SpoolReplay(const std::string& home, std::chrono::seconds interval) {
+  for (std::size_t i = 0; i < kKinds.size(); ++i) {
+    kinds_[i] = std::make_unique<KindReplay>(kKinds[i], home, interval);
+  }
+}
 
 SpoolReplay::~SpoolReplay() {
-  {
-    const MutexLock lock(mutex_);
-    stopped_ = true;
-  }
-  changed_.notify_all();
-  thread_.join();
+  for (const auto& kind : kinds_) kind->Stop();  // all at once; each is then waited for
 }
 
 void SpoolReplay::SetInterval(std::chrono::seconds interval) {
-  const MutexLock lock(mutex_);
-  interval_ = interval;
-}
-
-void SpoolReplay::Run() {
-  pthread_setname_np(pthread_self(), "wk-alerts");
-  do {
-    Pass();
-  } while (WaitForTurn());
-}
-
-// False when the thread is to end.
-bool SpoolReplay::WaitForTurn() {
-  MutexLock lock(mutex_);
-  changed_.wait_for(lock.Native(), interval_, [this] {
-    mutex_.AssertHeld();
-    return stopped_;
-  });
-  return !stopped_;
-}
-
-void SpoolReplay::Pass() {
-  for (const std::string& name : NamesInFolder()) {
-    {
-      const MutexLock lock(mutex_);
-      if (stopped_) return;
-    }
-    if (IsSpoolName(name)) {
-      Replay(name);
-    } else if (KindOf(name) != nullptr && !name.ends_with(".txt.new") &&
-               reported_.size() < kLongestReported && reported_.insert(name).second) {
-      Report(InHome(home_, kFolder + name) + ": not the name of a spool file; left alone");
-    }
-  }
-}
-
-void SpoolReplay::Replay(const std::string& name) {
-  const std::string path = kFolder + name;
-  if (MustWait(name) || !IsFinished(path)) return;
-  ReplaySpoolFile(name);
-  NoteResult(name);
-}
-
-bool SpoolReplay::MustWait(const std::string& name) const {
-  const auto failure = failures_.find(name);
-  return failure != failures_.end() && Clock::now() < failure->second.next;
-}
-
-void SpoolReplay::NoteResult(const std::string& name) {
-  struct stat status {};
-  if (lstat((kFolder + name).c_str(), &status) != 0) {
-    failures_.erase(name);
-    return;
-  }
-  std::chrono::seconds delay(1);
-  if (const auto failure = failures_.find(name); failure != failures_.end()) {
-    delay = std::min(failure->second.delay * 2, kLongestDelay);
-  } else {
-    Report(InHome(home_, kFolder + name) + ": not all of it could be sent; it is tried again");
-  }
-  failures_[name] = {Clock::now() + delay, delay};
+  for (const auto& kind : kinds_) kind->SetInterval(interval);
 }
 
 }  // namespace wkagent

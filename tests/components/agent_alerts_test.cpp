@@ -3,12 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <wkagent/crypto.h>
-
+#include "components/agent_alerts.h"
 #include "components/mail_server.h"
 #include "components/trap_receiver.h"
-#include "support/agent_home.h"
-#include "support/text.h"
 
 namespace wkagent::test {
 namespace {
@@ -19,65 +16,6 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
-
-constexpr char kGuid[] = "0f8fad5b-d9cb-469f-a165-70867728950e";
-
-constexpr char kFilter[] =
-    "<F><Filter Title=\"\" IncludeExclude=\"1\" Enabled=\"1\" AllDay=\"1\"/>"
-    "<Operations AllOperations=\"1\"/><Users AllUsers=\"1\"/><Objects AllObjects=\"1\"/>"
-    "<Classes AllClasses=\"1\"/><Attributes AllAttributes=\"1\"/>"
-    "<AttributeValues AllAttributeValues=\"1\"/><SNMP Alert=\"1\"/>"
-    "<SMTP Alert=\"1\" From=\"agent@acme.example\" Subject=\"Audit\" To=\"ops@acme.example\" "
-    "Cc=\"\"/></F>";
-
-class AgentAlerts : public ::testing::Test {
- protected:
-  AgentAlerts() {
-    for (const char* folder : {"mail", "traps"}) {
-      std::filesystem::create_directory(home_.Path(folder));
-    }
-    home_.Write("config/EDAFilter.xml", kFilter);
-    home_.Write("config/DaemonSettings.xml",
-                std::string("<S><PollInterval>1</PollInterval><WorkspaceGuid>") + kGuid +
-                    "</WorkspaceGuid></S>");
-  }
-
-  void WriteEncrypted(const std::string& name, const std::string& xml) const {
-    home_.Write("plain", xml);
-    CRijndael cipher;
-    cipher.WKEncryptFile(Text(home_.Path("plain")), Text(home_.Path("config/" + name)),
-                         Text(kGuid));
-  }
-
-  void UseMail(const std::string& server) const {
-    WriteEncrypted("SMTPSettings.cfg", "<S><SMTPServer>" + server + "</SMTPServer></S>");
-  }
-
-  void UseTraps(const std::string& manager) const {
-    WriteEncrypted("SNMPSettings.cfg",
-                   "<S><SNMPConsoleMachineName>" + manager +
-                       "</SNMPConsoleMachineName><SNMPEOI>1.3.6.1.4.1.32473.1.1</SNMPEOI>"
-                       "<TrapDescID>1.3.6.1.4.1.32473.0.1</TrapDescID></S>");
-  }
-
-  [[nodiscard]] std::vector<std::string> Agent(const std::vector<std::string>& more) const {
-    std::vector<std::string> command = {WKAGENT_AGENT, "--home", home_.Path("")};
-    command.insert(command.end(), more.begin(), more.end());
-    return command;
-  }
-
-  [[nodiscard]] std::vector<std::string> Spooled() const {
-    std::vector<std::string> names = home_.List("tmp");
-    std::erase_if(names, [](const std::string& name) { return !name.starts_with("S"); });
-    return names;
-  }
-
-  AgentHome home_;
-};
-
-constexpr char kEvent[] =
-    R"({"EventID":20007,"UserName":"admin.acme","Object1":"bob.acme","EventTime":0})"
-    "\n";
 
 TEST_F(AgentAlerts, ReachTheServersWhileTheAgentRuns) {
   const MailServer mail(home_.Path("mail"));
