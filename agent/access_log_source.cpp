@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include "agent/directory_attempt.h"
 #include "agent/directory_connection.h"
 #include "agent/report.h"
 #include "core/bounded_copy.h"
@@ -90,12 +91,13 @@ void AccessLogSource::Attach(FeedSink& sink) { sink_ = &sink; }
 
 int AccessLogSource::WaitFd() const {
   int fd = -1;
+  if (attempt_ != nullptr) return attempt_->WaitFd();
   if (ldap_ != nullptr) ldap_get_option(ldap_.get(), LDAP_OPT_DESC, &fd);
   return fd;
 }
 
 Source::State AccessLogSource::Work(bool /*ready*/) {
-  if (search_ == nullptr && (Clock::now() < nextAttempt_ || !Connect())) return State::kIdle;
+  if (search_ == nullptr && !Connect()) return State::kIdle;
   for (int i = 0; i < kAnswersAtOnce; ++i) {
     switch (search_->Next()) {
       case SyncSearch::State::kEntry:
@@ -114,15 +116,25 @@ Source::State AccessLogSource::Work(bool /*ready*/) {
   return State::kBusy;
 }
 
+// True once a search has begun; until then, each call takes the attempt a step further.
 bool AccessLogSource::Connect() {
-  std::string error;
-  bool encrypted = false;
-  ldap_ = ConnectDirectory(config_, caFile_, encrypted, error);
-  if (ldap_ == nullptr) {
-    Disconnect(error);
+  if (attempt_ == nullptr) {
+    if (Clock::now() >= nextAttempt_) {
+      attempt_ = std::make_unique<DirectoryAttempt>(config_, caFile_);
+    }
     return false;
   }
-  if (!encrypted && !IsLocal(config_) && !std::exchange(warnedOfPlain_, true)) {
+  if (!attempt_->IsDone()) return false;
+  DirectoryAttempt::Outcome outcome = attempt_->Take();
+  attempt_.reset();
+  if (outcome.ldap != nullptr) return BeginSearch(std::move(outcome));
+  Disconnect(outcome.error);
+  return false;
+}
+
+bool AccessLogSource::BeginSearch(DirectoryAttempt::Outcome outcome) {
+  ldap_ = std::move(outcome.ldap);
+  if (!outcome.encrypted && !IsLocal(config_) && !std::exchange(warnedOfPlain_, true)) {
     sink_->OnProblem(LogName() +
                      ": the server offers no TLS, so the password and all that is read "
                      "cross the network in the clear");
@@ -188,6 +200,7 @@ void AccessLogSource::ReloadSettings() {
   }
   Report(settingsPath_ + ": read again");
   config_ = config;
+  attempt_.reset();
   search_.reset();
   ldap_.reset();
   pause_ = kFirstPause;

@@ -8,6 +8,7 @@
 #include <wkagent/config.h>
 
 #include "agent/access_log_events.h"
+#include "agent/directory_attempt.h"
 #include "agent/feed.h"
 #include "agent/ldap_handles.h"
 #include "agent/log_position.h"
@@ -38,6 +39,7 @@ class AccessLogSource : public Source {
 
   [[nodiscard]] std::string ReadSettings(tagLDAPConfig& config) const;
   [[nodiscard]] bool Connect();
+  [[nodiscard]] bool BeginSearch(DirectoryAttempt::Outcome outcome);
   void TakeEntry(const AccessLogEntry& entry);
   void EndSearch();
   void Disconnect(const std::string& reason);
@@ -48,6 +50,7 @@ class AccessLogSource : public Source {
   FeedSink* sink_ = nullptr;
   std::unique_ptr<AccessLogEvents> events_;
   LogPosition position_;
+  std::unique_ptr<DirectoryAttempt> attempt_;
   LdapPtr ldap_;
   std::unique_ptr<SyncSearch> search_;
   Clock::time_point nextAttempt_;

@@ -57,6 +57,8 @@ Sockbuf_IO limit = {SetUp, Remove, Control, Read, Write, nullptr};
 
 int OnConnected(LDAP* /*ldap*/, Sockbuf* buffer, LDAPURLDesc* /*server*/, sockaddr* /*address*/,
                 ldap_conncb* /*callbacks*/) {
+  ber_len_t longest = kLongestAnswer;
+  if (ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_MAX_INCOMING, &longest) != 1) return -1;
   return ber_sockbuf_add_io(buffer, &limit, kLevel, nullptr);
 }
 
@@ -74,6 +76,7 @@ void LiftHandshakeLimit(LDAP* ldap) {
   Sockbuf* buffer = nullptr;
   if (ldap_get_option(ldap, LDAP_OPT_SOCKBUF, &buffer) == LDAP_OPT_SUCCESS && buffer != nullptr) {
     ber_sockbuf_remove_io(buffer, &limit, kLevel);
+    ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_NONBLOCK, buffer);  // anything but null means yes
   }
 }
 

@@ -8,12 +8,17 @@ namespace wkagent {
 // How long a server may take for each of its answers while a connection is made.
 inline constexpr int kSecondsToAnswer = 10;
 
+// How many bytes one message of a server may have: far more than servers take from their clients.
+inline constexpr unsigned long kLongestAnswer = 64UL << 20;
+
 // Ends the TLS handshake of a server that does not answer, which libldap's own time-outs leave out:
 // with GnuTLS it tries to read for ever. A layer below TLS waits for the server's bytes instead,
-// and fails kSecondsToAnswer after the connection was made. False where that cannot be set.
+// and fails kSecondsToAnswer after the connection was made. From then on an answer that claims to
+// be longer than kLongestAnswer ends the connection. False where that cannot be set.
 [[nodiscard]] bool LimitHandshake(LDAP* ldap);
 
-// The connection has been made: it may take its time from now on.
+// The connection has been made: the server may take its time from now on, but reading never waits
+// for it, not even amid a TLS record, as it otherwise would for ever.
 void LiftHandshakeLimit(LDAP* ldap);
 
 }  // namespace wkagent
