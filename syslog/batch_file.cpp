@@ -56,7 +56,9 @@ std::size_t WKSyslogRetryHandler::SaveLines(std::span<const std::string> lines) 
     fileMutex.AssertHeld();  // the pass that called back holds it
     return Append(lines);
   }
+  ++waitingSaves_;
   const wkagent::MutexLock lock(fileMutex);
+  --waitingSaves_;
   return Append(lines);
 }
 

@@ -4,6 +4,7 @@
 // lines written to a file between its last read and its removal would be lost.
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -15,6 +16,16 @@
 #include "syslog/bounded_wait.h"
 #include "syslog/diagnostic_log.h"
 #include "syslog/pending_files.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// For how long a file's sending goes on while somebody waits to save a line. Then it is broken off,
+// though its first lines will be sent again.
+constexpr std::chrono::seconds kPatience(5);
+
+}  // namespace
 
 WKSyslogRetryHandler::WKSyslogRetryHandler() { startRetryThread(); }
 
@@ -117,6 +128,7 @@ void WKSyslogRetryHandler::SendPendingFiles(bool untilStopped) {
   for (const std::string& path : paths) {
     if (path == currentBatchPath) continue;
     if (!SendFile(path, untilStopped)) return;
+    if (retryCurrentFile_ && waitingSaves_ > 0) return;
   }
 }
 
@@ -128,10 +140,18 @@ bool WKSyslogRetryHandler::SendFile(const std::string& path, bool untilStopped) 
     if (!file.IsBusy()) wkagent::retryLog.Report("Failed to open retry file: " + path);
     return true;
   }
+  Clock::time_point awaitedSince = Clock::time_point::max();
   std::string line;
   while (file.ReadLine(line)) {
     if (line.empty()) continue;
     if (untilStopped && stopRequested) return false;
+    if (retryCurrentFile_ && waitingSaves_ > 0) {
+      const Clock::time_point now = Clock::now();
+      awaitedSince = std::min(awaitedSince, now);
+      if (now - awaitedSince > kPatience) return false;
+    } else {
+      awaitedSince = Clock::time_point::max();
+    }
     if (!SendLine(line)) {
       wkagent::retryLog.Report("Retry failed for file: " + path);
       return false;

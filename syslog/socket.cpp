@@ -56,6 +56,13 @@ void LimitWaits(int socket, int seconds) {
   ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
 }
 
+std::chrono::milliseconds WaitLimit(int socket) {
+  timeval limit{};
+  socklen_t size = sizeof(limit);
+  if (::getsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, &size) != 0) limit = {};
+  return std::chrono::seconds(limit.tv_sec) + std::chrono::milliseconds(limit.tv_usec / 1000);
+}
+
 Peer LookAtPeer(int socket, int milliseconds) {
   const short events = EventsOf(socket, milliseconds);
   if ((events & (POLLRDHUP | POLLHUP | POLLERR)) != 0) return Peer::kClosed;

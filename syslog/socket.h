@@ -1,6 +1,7 @@
 #ifndef WKAGENT_SYSLOG_SOCKET_H
 #define WKAGENT_SYSLOG_SOCKET_H
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -19,6 +20,9 @@ void KeepAlive(int socket);
 
 // Lets every blocking call on the socket fail that makes no progress for so long.
 void LimitWaits(int socket, int seconds);
+
+// The same limit, as it was set; zero where there is none.
+[[nodiscard]] std::chrono::milliseconds WaitLimit(int socket);
 
 enum class Peer {
   kSilent,  // open, and has sent nothing

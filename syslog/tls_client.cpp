@@ -4,10 +4,12 @@
 #include "syslog/tls_client.h"
 
 #include <array>
+#include <chrono>
 #include <string>
 
 #include <openssl/err.h>
 #include <openssl/x509v3.h>
+#include <poll.h>
 
 #include "core/broken_pipe.h"
 #include "syslog/diagnostic_log.h"
@@ -78,6 +80,28 @@ bool FailHandshake(SSL* session, int result) {
   return Fail("SSL_connect failed: SSL_get_error=" + std::to_string(code) + ", " + text.data());
 }
 
+// SSL_connect; on a socket with a time limit, that is the one of the whole handshake too, as a peer
+// that says a byte now and then would never reach that of a single read.
+int Connect(SSL* session, int socket) {
+  using Clock = std::chrono::steady_clock;
+  const std::chrono::milliseconds limit = wkagent::WaitLimit(socket);
+  if (limit.count() == 0) return SSL_connect(session);
+  const Clock::time_point deadline = Clock::now() + limit;
+  wkagent::SetBlocking(socket, false);
+  int result = 0;
+  for (;;) {
+    ERR_clear_error();
+    result = SSL_connect(session);
+    const int code = SSL_get_error(session, result);
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    if ((code != SSL_ERROR_WANT_READ && code != SSL_ERROR_WANT_WRITE) || left.count() <= 0) break;
+    pollfd wanted = {socket, static_cast<short>(code == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT), 0};
+    ::poll(&wanted, 1, static_cast<int>(left.count()));
+  }
+  wkagent::SetBlocking(socket, true);
+  return result;
+}
+
 // OpenSSL calls this when the server asks for a certificate.
 int NoteRequest(SSL* /*session*/, void* requested) {
   *static_cast<bool*>(requested) = true;
@@ -133,7 +157,7 @@ SslPtr StartTls(SSL_CTX* context, int socket, const SyslogConfig& config, int pa
   ERR_clear_error();
   bool requested = false;
   SSL_set_cert_cb(session.get(), NoteRequest, &requested);
-  const int result = SSL_connect(session.get());
+  const int result = Connect(session.get(), socket);
   SSL_set_cert_cb(session.get(), nullptr, nullptr);
   if (result <= 0) {
     (void)FailHandshake(session.get(), result);

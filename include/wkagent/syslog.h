@@ -119,7 +119,9 @@ class WKAGENT_EXPORT WKSyslogRetryHandler {
   void shutdown();
 
   // Off unless called with true: then a pass also takes the file that this handler opened last,
-  // which otherwise waits until it is full or the process ends.
+  // which otherwise waits until it is full or the process ends; and a pass that a save waits for
+  // ends after the file that it is sending, or after five seconds amid it, so that a slow collector
+  // does not hold up the host.
   void SetRetryCurrentFile(bool on);
 
   // True on the thread that is running a pass of this handler.
@@ -167,6 +169,7 @@ class WKAGENT_EXPORT WKSyslogRetryHandler {
   std::uint64_t batchInode_ WKAGENT_GUARDED_BY(fileMutex) = 0;
   std::atomic<std::thread::id> passThread_;
   std::atomic<bool> retryCurrentFile_ = false;
+  std::atomic<int> waitingSaves_ = 0;
   std::atomic<std::uint64_t> retried_ = 0;
 };
 
