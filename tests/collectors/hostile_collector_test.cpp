@@ -16,8 +16,8 @@
 namespace wkagent::test {
 namespace {
 
-constexpr int kLines = 150;            // two batches
-constexpr long kMemory = 100L * 1024;  // KiB
+constexpr int kLines = 150;  // two batches
+constexpr long kMemory = MostMemory(64 * 1024);
 
 // The beginning of a server's hello that never comes to an end.
 std::string LongHello() {

@@ -26,7 +26,7 @@ using ::testing::HasSubstr;
 
 constexpr std::chrono::milliseconds kTime(500);
 constexpr std::size_t kAnswers = 64 * 1024;
-constexpr long kMemory = 32 * 1024;  // KiB
+constexpr long kMemory = test::MostMemory(32 * 1024);
 
 // A transfer without fault. Before each of them, a server may lose its manners.
 const std::array<Step, 7> kTalk = {{{"", "220 mail.acme.example\r\n"},

@@ -19,7 +19,7 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-constexpr long kMemory = 64 * 1024;  // KiB
+constexpr long kMemory = MostMemory(64 * 1024);
 
 class HostileServers : public AgentAlerts {
  protected:

@@ -20,7 +20,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-constexpr long kMemory = 128 * 1024;  // KiB
+constexpr long kMemory = MostMemory(128 * 1024);
 
 std::string Message(char number, char tag) {
   return {'\x30', '\x0c', '\x02', '\x01', number, tag,    '\x07',
