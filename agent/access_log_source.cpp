@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include <unistd.h>
@@ -119,9 +120,7 @@ Source::State AccessLogSource::Work(bool /*ready*/) {
 // True once a search has begun; until then, each call takes the attempt a step further.
 bool AccessLogSource::Connect() {
   if (attempt_ == nullptr) {
-    if (Clock::now() >= nextAttempt_) {
-      attempt_ = std::make_unique<DirectoryAttempt>(config_, caFile_);
-    }
+    if (Clock::now() >= nextAttempt_) StartAttempt();
     return false;
   }
   if (!attempt_->IsDone()) return false;
@@ -130,6 +129,15 @@ bool AccessLogSource::Connect() {
   if (outcome.ldap != nullptr) return BeginSearch(std::move(outcome));
   Disconnect(outcome.error);
   return false;
+}
+
+void AccessLogSource::StartAttempt() {
+  try {
+    attempt_ = std::make_unique<DirectoryAttempt>(config_, caFile_);
+  } catch (const std::system_error& error) {
+    // No descriptor, or no thread: as good a reason to try again later as any other.
+    Disconnect(std::string("connecting: ") + error.what());
+  }
 }
 
 bool AccessLogSource::BeginSearch(DirectoryAttempt::Outcome outcome) {

@@ -39,6 +39,7 @@ class AccessLogSource : public Source {
 
   [[nodiscard]] std::string ReadSettings(tagLDAPConfig& config) const;
   [[nodiscard]] bool Connect();
+  void StartAttempt();
   [[nodiscard]] bool BeginSearch(DirectoryAttempt::Outcome outcome);
   void TakeEntry(const AccessLogEntry& entry);
   void EndSearch();

@@ -12,8 +12,11 @@
 #include <unistd.h>
 
 #include "components/mail/smtp_transport.h"
+#include "support/agent_home.h"
 #include "support/hostile_server.h"
 #include "support/memory.h"
+#include "support/private_root.h"
+#include "support/silent_name_server.h"
 #include "support/wait_until.h"
 
 namespace wkagent::components {
@@ -43,11 +46,11 @@ struct Result {
   std::size_t heard = 0;
 };
 
-Result SendTo(const HostileServer& server, const std::function<bool(std::size_t)>& goesOn,
+Result SendTo(const std::string& server, const std::function<bool(std::size_t)>& goesOn,
               std::chrono::milliseconds time = kTime) {
   Result result;
   const Envelope envelope = {
-      server.Address(), "agent@acme.example", {"ops@acme.example"}, "Subject: s\r\n\r\ntext\r\n"};
+      server, "agent@acme.example", {"ops@acme.example"}, "Subject: s\r\n\r\ntext\r\n"};
   const Follower follower = {[&](std::string_view line) { result.heard += line.size(); }, goesOn};
   result.code = SendBySmtp(envelope, follower, result.error, {time, kAnswers});
   return result;
@@ -65,7 +68,7 @@ std::map<std::string, Result> SendToServersThat(const Fault& fault) {
     HostileServer& server =
         servers.emplace_back(steps, Fault{fault.manner, fault.text, step.awaited});
     sends[step.awaited] =
-        std::async(std::launch::async, [&server] { return SendTo(server, GoesOn); });
+        std::async(std::launch::async, [&server] { return SendTo(server.Address(), GoesOn); });
     steps.push_back(step);
   }
   for (auto& [step, send] : sends) {
@@ -112,7 +115,7 @@ TEST(MailTransfer, ToAServerThatIsSilentAmidTheTlsHandshakeIsGivenUp) {
                               {"EHLO", "250-mail\r\n250 STARTTLS\r\n"},
                               {"STARTTLS", "220 go on\r\n"}},
                              {.manner = Fault::Manner::kSilence, .awaited = "\x16\x03"});
-  EXPECT_THAT(SendTo(server, GoesOn).error, HasSubstr("timed out"));
+  EXPECT_THAT(SendTo(server.Address(), GoesOn).error, HasSubstr("timed out"));
   EXPECT_EQ(1, server.Victims());
 }
 
@@ -122,13 +125,28 @@ TEST(MailTransfer, ToAServerThatDripsTheTlsHandshakeIsGivenUp) {
                               {"EHLO", "250-mail\r\n250 STARTTLS\r\n"},
                               {"STARTTLS", "220 go on\r\n"}},
                              {Fault::Manner::kDrip, record + std::string(16000, '\0'), "\x16\x03"});
-  EXPECT_THAT(SendTo(server, GoesOn).error, HasSubstr("timed out"));
+  EXPECT_THAT(SendTo(server.Address(), GoesOn).error, HasSubstr("timed out"));
+}
+
+// The machine's only name server is silent.
+TEST(MailTransfer, ToANameThatNobodyResolvesIsGivenUp) {
+  test::InPrivateRoot([] {
+    test::EnterPrivateNetwork();
+    const test::AgentHome home;
+    home.Write("resolv.conf", "nameserver 127.0.0.1\noptions timeout:30 attempts:3\n");
+    const std::string file = home.Path("resolv.conf");
+    test::RequireMounted(mount(file.c_str(), "/etc/resolv.conf", nullptr, MS_BIND, nullptr), file);
+    const test::SilentNameServer server;
+    const Result result = SendTo("mail.acme.example", GoesOn);
+    EXPECT_THAT(result.error, HasSubstr("timed out"));
+    EXPECT_TRUE(server.WasAsked());
+  });
 }
 
 TEST(MailTransfer, IsBrokenOffWhenItsFollowerSaysSo) {
   const HostileServer server({}, {.manner = Fault::Manner::kSilence});
   const Result result = SendTo(
-      server, [&](std::size_t) { return server.Victims() == 0; }, std::chrono::hours(1));
+      server.Address(), [&](std::size_t) { return server.Victims() == 0; }, std::chrono::hours(1));
   EXPECT_NE(0, result.code);
   EXPECT_EQ("broken off", result.error);
 }
@@ -137,7 +155,7 @@ TEST(MailTransfer, ThatIsBrokenOffAfterTheMailWasTakenHasSucceeded) {
   const HostileServer server({kTalk.begin(), kTalk.end() - 1},
                              {.manner = Fault::Manner::kSilence, .awaited = "QUIT"});
   const Result result = SendTo(
-      server, [&](std::size_t) { return server.Victims() == 0; }, std::chrono::hours(1));
+      server.Address(), [&](std::size_t) { return server.Victims() == 0; }, std::chrono::hours(1));
   EXPECT_EQ(0, result.code) << result.error;
 }
 

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <optional>
 
+#include <sys/resource.h>
+
 #include "integration/agent_test.h"
 #include "integration/slapd.h"
 #include "support/collector.h"
@@ -111,6 +113,24 @@ TEST_F(HostileDirectory, SignalsAreObeyedAmidATlsRecord) {
   ASSERT_TRUE(proxy.WaitForStall());
   ExpectTotals();
   ExpectEndAtOnce();
+}
+
+TEST_F(HostileDirectory, WithoutDescriptorsTheConnectionIsTriedAgain) {
+  const RefusingPort nobody;
+  StartAgent(nobody.Port());
+  ASSERT_TRUE(WaitForMessage("trying again in 1 s"));
+  const auto limit = [this](rlim_t most) {
+    const rlimit limits = {most, 1024};
+    ASSERT_EQ(0, prlimit(agent_->Id(), RLIMIT_NOFILE, &limits, nullptr));
+  };
+  limit(3);
+  EXPECT_TRUE(WaitForMessage("Too many open files; trying again"));
+  limit(1024);
+  const std::string before = agent_->Errors();
+  EXPECT_TRUE(WaitUntil([&] { return agent_->Errors().size() > before.size(); }));
+  EXPECT_THAT(agent_->Errors().substr(before.size()), Not(HasSubstr("Too many open files")));
+  agent_->Signal(SIGTERM);
+  EXPECT_EQ(0, agent_->Wait());
 }
 
 // A server that fails, and what the agent must say of it.
