@@ -105,6 +105,7 @@ WKAGENT_REPLACED(void*, calloc, (std::size_t count, std::size_t size)) {
 }
 
 WKAGENT_REPLACED(void, free, (void* block)) {
+  if (nextFree.Get() == nullptr) return;  // looking for it clears an error of an earlier search
   GiveBack(block, [=] { nextFree(block); });
 }
 
