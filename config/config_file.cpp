@@ -63,13 +63,22 @@ struct FirstError {
   std::string text;
 };
 
-void KeepFirstError(void* context, xmlError* error) {
-  auto& first = *static_cast<FirstError*>(static_cast<xmlParserCtxt*>(context)->_private);
-  if (error->level != XML_ERR_FATAL || error->message == nullptr || !first.text.empty()) return;
-  first.line = std::max(error->line, 1);
-  first.text = error->message;
+void Keep(const xmlError& error, FirstError& first) {
+  first.line = std::max(error.line, 1);
+  first.text = error.message;
   first.text.erase(std::min(first.text.find('\n'), first.text.size()));  // behind it is a dump
   first.text.erase(first.text.find_last_not_of(' ') + 1);
+}
+
+// Called by the parser, which no exception may pass through.
+void KeepFirstError(void* context, xmlError* error) noexcept {
+  auto& first = *static_cast<FirstError*>(static_cast<xmlParserCtxt*>(context)->_private);
+  if (error->level != XML_ERR_FATAL || error->message == nullptr || !first.text.empty()) return;
+  try {
+    Keep(*error, first);
+  } catch (const std::bad_alloc&) {
+    // The file is refused all the same.
+  }
 }
 
 // "path:line: reason".
@@ -80,6 +89,7 @@ std::string DescribeError(const char* path, const FirstError& error) {
 
 // Null, and `error` says why, where the bytes are no XML.
 wkagent::XmlDoc Parse(const Bytes& bytes, FirstError& error) {
+  xmlResetLastError();
   const wkagent::XmlParser parser(xmlNewParserCtxt());
   if (parser == nullptr) return nullptr;
   // A new parser starts with the host's defaults, which may load external entities.
@@ -87,9 +97,12 @@ wkagent::XmlDoc Parse(const Bytes& bytes, FirstError& error) {
   // The parser's messages do not belong on the host's standard error; GetReadError has the first.
   parser->sax->serror = KeepFirstError;
   parser->_private = &error;
-  return wkagent::XmlDoc(xmlCtxtReadMemory(parser.get(), bytes.data.get(),
-                                           static_cast<int>(bytes.size), "xml", nullptr,
-                                           XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+  wkagent::XmlDoc document(xmlCtxtReadMemory(parser.get(), bytes.data.get(),
+                                             static_cast<int>(bytes.size), "xml", nullptr,
+                                             XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+  if (!wkagent::RanOutOfMemory(*parser)) return document;
+  if (error.text.empty()) error.text = "out of memory";
+  return nullptr;
 }
 
 // Removes one star at the front, then one at the back unless a single character is left.
@@ -158,19 +171,15 @@ _xmlNode* WKConfigFile::GetXMLRootNode() {
 }
 
 char* WKConfigFile::GetTagValue(_xmlNode* element, char* attributeName) {
-  xmlChar* value = nullptr;
-  if (element != nullptr && attributeName != nullptr) {
-    value = xmlGetProp(element, reinterpret_cast<const xmlChar*>(attributeName));
-  }
-  state_->value.reset(reinterpret_cast<char*>(value));
+  const bool named = element != nullptr && attributeName != nullptr;
+  state_->value = named ? wkagent::AttributeOf(element, attributeName) : nullptr;
   lastValue = state_->value.get();
   if (lastValue != nullptr) DropStars(lastValue);
   return lastValue;
 }
 
 char* WKConfigFile::GetNodeContent(_xmlNode* element) {
-  xmlChar* const content = element == nullptr ? nullptr : xmlNodeGetContent(element);
-  state_->value.reset(reinterpret_cast<char*>(content));
+  state_->value = element == nullptr ? nullptr : wkagent::ContentOf(element);
   lastValue = state_->value.get();
   return lastValue;
 }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include <libxml/parser.h>
+#include <libxml/tree.h>
 
 namespace wkagent {
 
@@ -20,6 +21,23 @@ struct XmlTextFreer {
 using XmlDoc = std::unique_ptr<xmlDoc, XmlDocFreer>;
 using XmlParser = std::unique_ptr<xmlParserCtxt, XmlParserFreer>;
 using XmlText = std::unique_ptr<char, XmlTextFreer>;
+
+// libxml2 does not always say that it ran out of memory: a document is cut short where that came,
+// and a text is missing or cut. These functions say it.
+
+// True where a call of this thread ran out of memory after xmlResetLastError.
+[[nodiscard]] bool RanOutOfMemory();
+
+// True where the parser did, so that its document is not to be trusted.
+[[nodiscard]] bool RanOutOfMemory(const xmlParserCtxt& parser);
+
+// As xmlReadFile. Null also where memory ran out.
+[[nodiscard]] XmlDoc ReadXmlFile(const char* path, int options);
+
+// As xmlGetProp and xmlNodeGetContent; null where there is no such attribute. Both throw
+// std::bad_alloc.
+[[nodiscard]] XmlText AttributeOf(const xmlNode* element, const char* name);
+[[nodiscard]] XmlText ContentOf(const xmlNode* element);
 
 // Prepares libxml2 for use from any thread and checks its version, once a process.
 //

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <memory>
@@ -84,7 +85,9 @@ int WKOutputFile::OpenFile() {
   }
   WriteStartElement(rootElement);
   WriteStartElement(groupElement);
-  return 0;
+  if (state_->writeError != ENOMEM) return 0;
+  const Writer failed(std::exchange(writer, nullptr));
+  return 1;
 }
 
 // Archives or removes what stands under the live name. False when it must stay, so that no new
@@ -155,7 +158,11 @@ void WKOutputFile::RotateWhenFull() {
 }
 
 int WKOutputFile::WriteStartElement(const char* name) {
-  if (xmlTextWriterStartElement(writer, Xml(name)) >= 0) {
+  const int result = xmlTextWriterStartElement(writer, Xml(name));
+  const bool named = name != nullptr && name[0] != '\0';
+  const bool forgotten = named && state_->HasForgotten(writer, result);
+  if (forgotten && state_->writeError == 0) state_->writeError = ENOMEM;
+  if (result >= 0 && !forgotten) {
     ++state_->level;
     return 0;
   }
@@ -165,8 +172,9 @@ int WKOutputFile::WriteStartElement(const char* name) {
 }
 
 int WKOutputFile::WriteElementAttribute(const char* name, const char* value) {
+  xmlResetLastError();
   const int result = xmlTextWriterWriteAttribute(writer, Xml(name), Xml(value));
-  if (result >= 0) return 0;
+  if (result >= 0 && !wkagent::RanOutOfMemory()) return 0;
   wkagent::FormatBounded(errorText, "Error writing attribute %s - Value %s Error: %d\n",
                          wkagent::TextOrEmpty(name), wkagent::TextOrEmpty(value), result);
   Report();

@@ -23,6 +23,13 @@ class WKOutputFile::State {
            writeError == 0;
   }
 
+  // The result of starting an element is at least the number of those that the writer knows to be
+  // open. Where memory runs out it may forget one and say nothing, and what it wrote later would
+  // not be XML.
+  [[nodiscard]] bool HasForgotten(const _xmlTextWriter* current, int result) const {
+    return current != nullptr && current == fileWriter && result < level;
+  }
+
   // False with the error noted when the file cannot be written.
   [[nodiscard]] bool Put(std::string_view record) const {
     return xmlOutputBufferWrite(buffer, static_cast<int>(record.size()), record.data()) >= 0;

@@ -6,9 +6,12 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <new>
 #include <string>
 
 #include <emmintrin.h>
+
+#include "config/xml_library.h"
 
 namespace wkagent {
 namespace {
@@ -95,11 +98,17 @@ void RecordText::AddEscaped(std::string_view value) {
 }
 
 void RecordText::AddByLibrary(std::string_view value) {
+  xmlResetLastError();
   if (foreign_ == nullptr) foreign_.reset(xmlBufferCreate());
+  if (foreign_ == nullptr) throw std::bad_alloc();
   xmlBufferEmpty(foreign_.get());
   const std::string terminated(value);
   xmlAttrSerializeTxtContent(foreign_.get(), nullptr, nullptr,
                              reinterpret_cast<const xmlChar*>(terminated.c_str()));
+  if (RanOutOfMemory()) {
+    foreign_.reset();  // it stays in error
+    throw std::bad_alloc();
+  }
   Add({reinterpret_cast<const char*>(xmlBufferContent(foreign_.get())),
        static_cast<std::size_t>(xmlBufferLength(foreign_.get()))});
 }

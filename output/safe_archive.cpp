@@ -1,13 +1,13 @@
 #include "output/safe_archive.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
 #include <string_view>
 
 #include <fcntl.h>
 #include <unistd.h>
+
+#include "core/folder_names.h"
 
 namespace wkagent {
 namespace {
@@ -78,20 +78,19 @@ Move SetAside(const std::string& liveFile, const std::string& stamp) {
 }
 
 std::vector<std::string> FilesSetAside(const std::string& liveFile) {
-  const std::filesystem::path live(liveFile);
-  const std::string prefix = live.filename().string() + ".";
+  const std::size_t slash = liveFile.rfind('/');
+  const bool inFolder = slash != std::string::npos;
+  const std::string folder = inFolder ? liveFile.substr(0, slash + 1) : ".";
+  const std::string prefix = (inFolder ? liveFile.substr(slash + 1) : liveFile) + ".";
+  std::vector<std::string> names;
+  (void)ListFolder(folder.c_str(), names);  // what cannot be listed now is archived later
   std::vector<std::string> files;
-  std::error_code error;
-  const auto folder = live.has_parent_path() ? live.parent_path() : std::filesystem::path(".");
-  for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
-    const std::string name = entry->path().filename().string();
+  for (const std::string& name : names) {
     if (name.starts_with(prefix) &&
         IsNameOfSetAside(std::string_view(name).substr(prefix.size()))) {
       files.push_back(liveFile + name.substr(prefix.size() - 1));
     }
   }
-  std::sort(files.begin(), files.end());
   return files;
 }
 

@@ -55,7 +55,8 @@ std::optional<off_t> EndOfLastRecord(std::FILE* file) {
     if (line.starts_with("    <") && endsElement) end = offset;
   }
   const std::unique_ptr<char, LineFreer> owner(buffer);
-  if (std::ferror(file) != 0) return std::nullopt;
+  // Without memory for a line it ends as if the file did, but says nothing of an end.
+  if (std::ferror(file) != 0 || (length < 0 && std::feof(file) == 0)) return std::nullopt;
   return end;
 }
 
@@ -92,8 +93,9 @@ Completion CompleteFile(const std::string& path, const std::string& rootElement,
   if (*end == 0) return Completion::kCompleted;
   const File appended(std::fopen(path.c_str(), "ae"));
   if (appended == nullptr) return Completion::kFailed;
-  std::fputs(frame.tail.c_str(), appended.get());
-  return std::fflush(appended.get()) == 0 ? Completion::kCompleted : Completion::kFailed;
+  const bool written =
+      std::fputs(frame.tail.c_str(), appended.get()) >= 0 && std::fflush(appended.get()) == 0;
+  return written ? Completion::kCompleted : Completion::kFailed;
 }
 
 bool IsEmptyDocument(const std::string& path, const std::string& rootElement,
