@@ -1,4 +1,5 @@
 #include <memory>
+#include <new>
 
 #include <wkagent/filter.h>
 
@@ -7,6 +8,14 @@
 #include "filter/dotted_name.h"
 #include "filter/pointer_list.h"
 #include "filter/statement_index.h"
+
+namespace {
+
+void MoveNodes(CLinkList& from, CLinkList& to) {
+  while (tagLinkList* const node = from.GetHeadListNode()) to.AddListNode(node);
+}
+
+}  // namespace
 
 WKFilter::WKFilter(char* fileName) : filterPath{}, message{}, alertsExcluded(false) {
   wkagent::FormatBounded(filterPath, "../config/%s", fileName == nullptr ? "" : fileName);
@@ -35,9 +44,19 @@ const char* WKFilter::GetReadError() { return readError_.empty() ? nullptr : rea
 void WKFilter::SetReadError(const char* error) { readError_ = error == nullptr ? "" : error; }
 
 void WKFilter::ReplaceStatements(CLinkList& fresh) {
-  wkagent::ReleaseStatements(statements);
-  wkagent::ForEachObject<WKFilterStatement>(
-      fresh, [&](WKFilterStatement* statement) { AddNode(&statement, sizeof(statement)); });
+  CLinkList old;
+  MoveNodes(statements, old);
+  try {
+    wkagent::ForEachObject<WKFilterStatement>(
+        fresh, [&](WKFilterStatement* statement) { AddNode(&statement, sizeof(statement)); });
+  } catch (const std::bad_alloc&) {
+    statements.ClearList();
+    MoveNodes(old, statements);
+    statements.SetHead();
+    wkagent::ReleaseStatements(fresh);
+    throw;
+  }
+  wkagent::ReleaseStatements(old);
 }
 
 void WKFilter::PrintStatements() {

@@ -19,9 +19,11 @@ bool StatementIndex::Prepare(CLinkList& statements, Describe describe) {
   listRevision_ = statements.GetRevision();
   changes_ = WatchedChanges();
   locale_ = UpperCaseLocale();
-  isMade_ = ReadList(statements);
-  if (isMade_) Make(describe);
-  return isMade_;
+  isMade_ = false;  // as it stays where memory runs out below
+  if (!ReadList(statements)) return false;
+  Make(describe);
+  isMade_ = true;
+  return true;
 }
 
 bool StatementIndex::ReadList(const CLinkList& statements) {
