@@ -22,7 +22,7 @@ constexpr mode_t kMode = 0600;
 }  // namespace
 
 DecryptedSettings::DecryptedSettings(WKLogStatus& owner, const char* encrypted, const char* plain)
-    : plain_(plain) {
+    : DecryptedSettings(plain) {
   WKDaemonSettings daemon;
   if (owner.logCallback != nullptr) daemon.InitializeLogMessage(owner.logCallback);
   daemon.Read();
@@ -38,8 +38,8 @@ DecryptedSettings::~DecryptedSettings() { std::remove(plain_); }
 
 void ReadSettings(WKAlert& owner, const char* path, const std::function<void(xmlNode*)>& visit) {
   InitXmlLibrary();
-  const XmlDoc document(
-      xmlReadFile(path, nullptr, XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET));
+  const XmlDoc document =
+      ReadXmlFile(path, XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET);
   if (document == nullptr) {
     CopyBounded(owner.statusText, "Cannot read SMTP Settings");
     owner.LogStatus(owner.statusText);

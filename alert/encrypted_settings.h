@@ -21,6 +21,9 @@ class DecryptedSettings {
   DecryptedSettings& operator=(const DecryptedSettings&) = delete;
 
  private:
+  // The file goes from here on, also where the other constructor fails.
+  explicit DecryptedSettings(const char* plain) : plain_(plain) {}
+
   const char* const plain_;
 };
 

@@ -165,6 +165,7 @@ int WKSMTPAlert::ReplayFile(const char* path, bool keep, const std::atomic<bool>
       return sent_;
     });
   }
+  if (wkagent::CouldNotRead(*this, file.get())) return 1;
   return replayer.Finish(path, std::move(file));
 }
 
@@ -187,8 +188,7 @@ void WKSMTPAlert::ReadSMTPConfig(char* path) {
 void WKSMTPAlert::traverseXMLTree(_xmlNode* node) {
   wkagent::WalkElements(node, [this](xmlNode* element) {
     if (!wkagent::HasName(element, "SMTPServer")) return;
-    const wkagent::XmlText text(reinterpret_cast<char*>(xmlNodeGetContent(element)));
-    SetServer(text.get());
+    SetServer(wkagent::ContentOf(element).get());
   });
 }
 

@@ -111,8 +111,7 @@ void WKSNMPAlert::traverseXMLTree(_xmlNode* node) {
   wkagent::WalkElements(node, [this](xmlNode* element) {
     const auto take = [element](const char* name, auto& field) {
       if (!wkagent::HasName(element, name)) return;
-      const wkagent::XmlText text(reinterpret_cast<char*>(xmlNodeGetContent(element)));
-      wkagent::CopyBounded(field, text.get());
+      wkagent::CopyBounded(field, wkagent::ContentOf(element).get());
     };
     take("SNMPConsoleMachineName", consoleMachineName);
     take("SNMPEOI", enterpriseOid);

@@ -125,6 +125,13 @@ File OpenSpool(const char* path) {
   return stream;
 }
 
+bool CouldNotRead(WKAlert& owner, std::FILE* file) {
+  if (std::ferror(file) == 0) return false;
+  CopyBounded(owner.statusText, "Cannot read spool file to its end");
+  owner.LogStatus(owner.statusText);
+  return true;
+}
+
 int RemoveSpool(const char* path) {
   return RunOnPath((std::string("rm -f ") + path).c_str(), "rm", path);
 }
@@ -166,6 +173,7 @@ int ReplayLines(WKAlert& owner, const char* path, const ReplayMode& mode,
     std::memcpy(owner.message, line, sizeof(line));
     replayer.Try(line, send);
   }
+  if (CouldNotRead(owner, file.get())) return 1;
   return replayer.Finish(path, std::move(file));
 }
 

@@ -31,6 +31,9 @@ void LogSpoolFailure(WKAlert& owner, const char* kind);
 // Opens a spool file for reading; null unless it is a regular file, and no link to one.
 [[nodiscard]] File OpenSpool(const char* path);
 
+// True, and logged to `owner`, where reading a spool file has failed: it must stay then.
+[[nodiscard]] bool CouldNotRead(WKAlert& owner, std::FILE* file);
+
 // Deletes a spool file; the result is that of system(3).
 [[nodiscard]] int RemoveSpool(const char* path);
 

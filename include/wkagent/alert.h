@@ -184,7 +184,8 @@ class WKAGENT_EXPORT WKSMTPAlert : public WKAlert {
   void Serialize();
 
   // Sends every whole record of a spool file and deletes it. Returns the result of the deletion, as
-  // system(3) has it, or 0, with the file as it was, when it is no regular file that can be read.
+  // system(3) has it, or 0, with the file as it was, when it is no regular file that can be opened.
+  // Where reading fails the file stays, which is logged, and the result is 1.
   // The texts of the object are those of the last record then.
   int Deserialize(char* path);
 
