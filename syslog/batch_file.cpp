@@ -66,7 +66,7 @@ std::size_t WKSyslogRetryHandler::Append(std::span<const std::string> lines) {
   std::size_t done = 0;
   while (done < lines.size()) {
     if (!PrepareBatchFile()) {
-      wkagent::retryLog.Report("Failed to open file: " + currentBatchPath);
+      wkagent::retryLog.Report("Failed to open file: ", currentBatchPath);
       return done;
     }
     const auto room = static_cast<std::size_t>(MAX_LINES_PER_BATCH_FILE - linesInBatch);
@@ -95,7 +95,8 @@ bool WKSyslogRetryHandler::PrepareBatchFile() {
 // Writes past the stream, which could not tell how much the disk has taken. The number of lines
 // that are in the file.
 std::size_t WKSyslogRetryHandler::WriteLines(std::span<const std::string> lines) {
-  const std::string_view text = wkagent::FramedLines(lines);
+  const wkagent::FramedLines framed(lines);
+  const std::string_view text = framed.View();
   std::size_t left = WriteAll(batchFd_, text);
   std::size_t whole = 0;
   for (; whole < lines.size() && lines[whole].size() < left; ++whole) {
@@ -121,8 +122,9 @@ bool WKSyslogRetryHandler::OpenBatchFile() {
     batchSize_ = status.st_size;
     batchDevice_ = status.st_dev;
     batchInode_ = status.st_ino;
-    batchFd_ = file.Get();
+    const int fd = file.Get();
     wkagent::Attach(batchFile, std::move(file));
+    if (batchFile.is_open()) batchFd_ = fd;
     return batchFile.is_open();
   }
   return false;
@@ -136,11 +138,11 @@ void WKSyslogRetryHandler::CloseBatchFile() {
 
 // The disk is full, or broken: a line is in the file whole or not at all.
 void WKSyslogRetryHandler::TakeBackTornLine() {
-  wkagent::retryLog.Report("Failed to write file: " + currentBatchPath);
+  wkagent::retryLog.Report("Failed to write file: ", currentBatchPath);
   if (batchSize_ == 0) {
     ::unlink(currentBatchPath.c_str());
   } else if (::ftruncate(batchFd_, batchSize_) != 0) {
-    wkagent::retryLog.Report("Failed to cut file: " + currentBatchPath);
+    wkagent::retryLog.Report("Failed to cut file: ", currentBatchPath);
   }
   CloseBatchFile();
 }

@@ -81,6 +81,9 @@ WKSyslogSender::Connection* WKSyslogSender::getConnection() {
                                  [](Connection* connection) { return connection->socketFd >= 0; });
   Connection* connection = live == connectionPool.end() ? nullptr : *live;
   if (connection == nullptr) {
+    // Room for it, and for all that leave the pool: nothing may fail once it is open.
+    connectionPool.reserve(MAX_POOL_SIZE);
+    state_->retired.reserve(state_->retired.size() + connectionPool.size() + 1);
     connection = Connect().release();
     if (connection == nullptr) return nullptr;
     AddToPool(connection);
@@ -103,7 +106,7 @@ std::unique_ptr<WKSyslogSender::Connection> WKSyslogSender::Connect() {
   if (state_->safe) wkagent::LimitWaits(socket.Get(), kLongestWait);
   sockaddr_in address{};
   if (!wkagent::ToAddress(serverHost, serverPort, address)) {
-    wkagent::senderLog.Report("Invalid server address: " + serverHost);
+    wkagent::senderLog.Report("Invalid server address: ", serverHost);
     return nullptr;
   }
   const wkagent::BlockingCalls::Scope scope(state_->calls, socket.Get());
@@ -182,11 +185,11 @@ void WKSyslogSender::DestroyFailed(Connection* connection) {
 // For the destructor, when no thread uses a connection any more, whatever the counts say.
 void WKSyslogSender::DestroyAll() {
   const wkagent::MutexLock lock(poolMutex);
-  connectionPool.insert(connectionPool.end(), state_->retired.begin(), state_->retired.end());
-  state_->retired.clear();
-  for (Connection* const connection : std::exchange(connectionPool, {})) {
-    connection->listed = false;
-    connection->users = 0;
-    cleanupConnection(connection);
+  for (std::vector<Connection*>* const list : {&connectionPool, &state_->retired}) {
+    for (Connection* const connection : std::exchange(*list, {})) {
+      connection->listed = false;
+      connection->users = 0;
+      cleanupConnection(connection);
+    }
   }
 }

@@ -1,10 +1,13 @@
 #include "syslog/diagnostic_log.h"
 
+#include <cstring>
 #include <iostream>
-#include <system_error>
+#include <new>
+#include <string>
 
 #include <wkagent/mutex.h>
 
+#include "core/bounded_copy.h"
 #include "syslog/append_file.h"
 
 namespace wkagent {
@@ -26,17 +29,34 @@ DiagnosticLog& retryLog = *new DiagnosticLog("/opt/mossgrove/log/syslog_retry.lo
 
 DiagnosticLog::DiagnosticLog(const char* path) { Attach(file_, OpenForAppending(path, kMode)); }
 
-void DiagnosticLog::Report(std::string_view message) {
-  const std::string line = std::string(message) + '\n';
+void DiagnosticLog::Report(std::string_view message, std::string_view more) noexcept {
+  std::string line;
+  try {
+    line.reserve(message.size() + more.size() + 1);
+    line.append(message).append(more).append(1, '\n');
+  } catch (const std::bad_alloc&) {
+    // It is written part by part.
+  }
   const MutexLock lock(ReportMutex());
-  std::cerr << line << std::flush;
-  if (!file_.is_open()) return;
-  file_ << line << std::flush;
+  for (std::ostream* const out : {static_cast<std::ostream*>(&std::cerr), OpenFile()}) {
+    if (out == nullptr) continue;
+    if (line.empty()) {
+      *out << message << more << std::endl;
+    } else {
+      *out << line << std::flush;
+    }
+  }
   file_.clear();  // a disk that was full once may have room for the next line
 }
 
-void DiagnosticLog::ReportError(std::string message, int error) {
-  Report(message.append(std::system_category().message(error)));
+void DiagnosticLog::ReportError(std::string_view message, int error) noexcept {
+  if (const char* const text = strerrordesc_np(error); text != nullptr)
+    return Report(message, text);
+  char unknown[32];
+  FormatBounded(unknown, "Unknown error %d", error);
+  Report(message, unknown);
 }
+
+std::ostream* DiagnosticLog::OpenFile() { return file_.is_open() ? &file_ : nullptr; }
 
 }  // namespace wkagent

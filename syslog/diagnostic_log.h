@@ -2,7 +2,6 @@
 #define WKAGENT_SYSLOG_DIAGNOSTIC_LOG_H
 
 #include <fstream>
-#include <string>
 #include <string_view>
 
 namespace wkagent {
@@ -13,13 +12,17 @@ class DiagnosticLog {
   // Opens the file for appending. Where that fails, messages go to standard error only.
   explicit DiagnosticLog(const char* path);
 
-  // Writes the message as one line to standard error, then to the file.
-  void Report(std::string_view message);
+  // Writes the message, in up to two parts, as one line to standard error, then to the file.
+  // Without memory for the line it may come in pieces.
+  void Report(std::string_view message, std::string_view more = {}) noexcept;
 
   // The same, with the text of an error number behind the message.
-  void ReportError(std::string message, int error);
+  void ReportError(std::string_view message, int error) noexcept;
 
  private:
+  // Null where there is none.
+  [[nodiscard]] std::ostream* OpenFile();
+
   std::ofstream file_;
 };
 

@@ -1,33 +1,23 @@
 #include "syslog/pending_files.h"
 
-#include <algorithm>
 #include <cerrno>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "core/folder_names.h"
 #include "core/handles.h"
+#include "syslog/append_file.h"
 
 namespace wkagent {
-namespace {
-
-struct DirectoryCloser {
-  void operator()(DIR* directory) const { ::closedir(directory); }
-};
-
-}  // namespace
-
 bool ListPendingFiles(const char* directory, std::vector<std::string>& paths) {
-  const std::unique_ptr<DIR, DirectoryCloser> entries(::opendir(directory));
-  if (entries == nullptr) return false;
-  while (const dirent* const entry = ::readdir(entries.get())) {
-    const std::string name = entry->d_name;
+  std::vector<std::string> names;
+  if (!ListFolder(directory, names)) return false;
+  for (const std::string& name : names) {
     if (name.starts_with(kBatchFilePrefix)) paths.push_back(std::string(directory) + '/' + name);
   }
-  std::sort(paths.begin(), paths.end());
   return true;
 }
 
@@ -49,7 +39,10 @@ PendingFile::PendingFile(const std::string& path) : path_(path) {
   if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
   busy_ = !LockBatchFile(file.Get());
   if (busy_) return;
-  buffer_ = std::make_unique<__gnu_cxx::stdio_filebuf<char>>(file.Release(), std::ios::in);
+  auto buffer = std::make_unique<__gnu_cxx::stdio_filebuf<char>>();
+  *buffer = BufferOf(std::move(file), std::ios::in);
+  if (!buffer->is_open()) return;  // else it would look as if it had been read to its end
+  buffer_ = std::move(buffer);
   stream_.rdbuf(buffer_.get());
 }
 

@@ -37,14 +37,20 @@ void WKSyslogRetryHandler::startRetryThread() {
     const wkagent::MutexLock lock(stateMutex_);
     threadRuns_ = true;
   }
-  retryThread = std::thread([this] {
-    pthread_setname_np(pthread_self(), "wk-retry");
-    wkagent::BlockSignalsInThisThread();
-    RetryLoop();
+  try {
+    retryThread = std::thread([this] {
+      pthread_setname_np(pthread_self(), "wk-retry");
+      wkagent::BlockSignalsInThisThread();
+      RetryLoop();
+      const wkagent::MutexLock lock(stateMutex_);
+      threadRuns_ = false;
+      threadEnded_.notify_all();
+    });
+  } catch (const std::exception&) {
     const wkagent::MutexLock lock(stateMutex_);
     threadRuns_ = false;
-    threadEnded_.notify_all();
-  });
+    throw;
+  }
 }
 
 void WKSyslogRetryHandler::setSenderCallback(std::function<bool(const std::string&)> callback) {
@@ -61,7 +67,7 @@ void WKSyslogRetryHandler::RetryLoop() {
     try {
       RunPass(true);
     } catch (const std::exception& error) {
-      wkagent::retryLog.Report(std::string("Retry thread error: ") + error.what());
+      wkagent::retryLog.Report("Retry thread error: ", error.what());
     }
   }
 }
@@ -122,7 +128,7 @@ void WKSyslogRetryHandler::SendPendingFiles(bool untilStopped) {
   }
   std::vector<std::string> paths;
   if (!wkagent::ListPendingFiles(RETRY_DIRECTORY, paths)) {
-    wkagent::retryLog.Report(std::string("Failed to open retry directory: ") + RETRY_DIRECTORY);
+    wkagent::retryLog.Report("Failed to open retry directory: ", RETRY_DIRECTORY);
     return;
   }
   for (const std::string& path : paths) {
@@ -137,7 +143,7 @@ void WKSyslogRetryHandler::SendPendingFiles(bool untilStopped) {
 bool WKSyslogRetryHandler::SendFile(const std::string& path, bool untilStopped) {
   wkagent::PendingFile file(path);
   if (!file.IsOpen()) {
-    if (!file.IsBusy()) wkagent::retryLog.Report("Failed to open retry file: " + path);
+    if (!file.IsBusy()) wkagent::retryLog.Report("Failed to open retry file: ", path);
     return true;
   }
   Clock::time_point awaitedSince = Clock::time_point::max();
@@ -153,12 +159,12 @@ bool WKSyslogRetryHandler::SendFile(const std::string& path, bool untilStopped) 
       awaitedSince = Clock::time_point::max();
     }
     if (!SendLine(line)) {
-      wkagent::retryLog.Report("Retry failed for file: " + path);
+      wkagent::retryLog.Report("Retry failed for file: ", path);
       return false;
     }
   }
   if (file.IsAtEnd() && !file.Remove()) {
-    wkagent::retryLog.Report("Failed to delete file: " + path);
+    wkagent::retryLog.Report("Failed to delete file: ", path);
   }
   return true;
 }

@@ -24,18 +24,23 @@ constexpr milliseconds kStopStep(50);
 
 WKSyslogSender::WKSyslogSender() : state_(std::make_unique<State>()) {
   if (!loadXMLConfig(configPath)) {
-    wkagent::senderLog.Report("Failed to load syslog config from: " + configPath);
+    wkagent::senderLog.Report("Failed to load syslog config from: ", configPath);
   }
-  if (protocol == TLS) (void)initializeTLSContext();
   state_->workerRuns = true;
-  worker = std::thread([this] {
-    pthread_setname_np(pthread_self(), "wk-syslog");
-    wkagent::BlockSignalsInThisThread();
-    workerThread();
-    const wkagent::MutexLock lock(queueMutex);
-    state_->workerRuns = false;
-    state_->workerChanged.notify_all();
-  });
+  try {
+    if (protocol == TLS) (void)initializeTLSContext();
+    worker = std::thread([this] {
+      pthread_setname_np(pthread_self(), "wk-syslog");
+      wkagent::BlockSignalsInThisThread();
+      workerThread();
+      const wkagent::MutexLock lock(queueMutex);
+      state_->workerRuns = false;
+      state_->workerChanged.notify_all();
+    });
+  } catch (const std::exception&) {
+    SSL_CTX_free(sslContext);
+    throw;
+  }
   retryHandler.setSenderCallback([this](const std::string& line) { return SendStored(line); });
 }
 

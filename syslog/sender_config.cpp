@@ -47,7 +47,7 @@ constexpr Setting kTlsSettings[] = {
 };
 
 std::string TextOf(const xmlNode* element) {
-  const wkagent::XmlText text(reinterpret_cast<char*>(xmlNodeGetContent(element)));
+  const wkagent::XmlText text = wkagent::ContentOf(element);
   return text == nullptr ? std::string() : std::string(text.get());
 }
 
@@ -69,9 +69,9 @@ const char* NameOf(bool value) { return value ? "true" : "false"; }
 
 bool WKSyslogSender::loadXMLConfig(const std::string& path) {
   wkagent::InitXmlLibrary();
-  const wkagent::XmlDoc document(xmlReadFile(path.c_str(), nullptr, 0));
+  const wkagent::XmlDoc document = wkagent::ReadXmlFile(path.c_str(), 0);
   if (document == nullptr) {
-    wkagent::senderLog.Report("Unable to read XML config: " + path);
+    wkagent::senderLog.Report("Unable to read XML config: ", path);
     return false;
   }
   const xmlNode* const root = xmlDocGetRootElement(document.get());

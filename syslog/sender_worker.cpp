@@ -2,6 +2,8 @@
 #include <cerrno>
 #include <climits>
 #include <iterator>
+#include <memory>
+#include <new>
 #include <span>
 #include <string_view>
 
@@ -23,22 +25,54 @@ constexpr std::size_t kMostSpare = 4000;         // strings
 constexpr std::size_t kLongestSpare = 1000;      // bytes
 constexpr std::chrono::seconds kNextAttempt(1);  // after lines could be neither sent nor stored
 
+// Holds a pooled connection, or none.
+class Lease {
+ public:
+  explicit Lease(WKSyslogSender& sender) : sender_(sender), connection_(sender.getConnection()) {}
+  ~Lease() { sender_.releaseConnection(connection_); }
+  Lease(const Lease&) = delete;
+  Lease& operator=(const Lease&) = delete;
+
+  [[nodiscard]] WKSyslogSender::Connection* Get() const { return connection_; }
+
+ private:
+  WKSyslogSender& sender_;
+  WKSyslogSender::Connection* const connection_;
+};
+
 }  // namespace
 
 void WKSyslogSender::workerThread() {
-  std::vector<std::string> batch;
+  std::vector<std::string> batch;  // in hand: taken from the queue, and not dealt with
   std::vector<std::string> used;
   while (running) {
-    used.clear();
-    used.swap(batch);
-    if (!TakeBatch(batch, used)) continue;
-    Connection* const connection = getConnection();
-    const std::size_t done = Deliver(connection, batch);
-    releaseConnection(connection);
-    if (done < batch.size()) KeepForLater(batch, done);
+    try {
+      if (batch.empty()) {
+        const bool taken = TakeBatch(batch, used);
+        used.clear();
+        if (!taken) continue;
+      }
+      DeliverBatch(batch);
+      used.swap(batch);
+    } catch (const std::bad_alloc&) {
+      wkagent::senderLog.Report("Out of memory: lines wait");
+      AwaitNextAttempt();
+    }
   }
-  const wkagent::MutexLock lock(queueMutex);
-  FinishBatch(batch);
+  PutBack(batch);
+}
+
+// Delivers the batch, or puts what cannot be dealt with now back into the queue.
+void WKSyslogSender::DeliverBatch(std::vector<std::string>& batch) {
+  std::size_t done = 0;
+  {
+    const Lease connection(*this);
+    done = Deliver(connection.Get(), batch);
+  }
+  if (done == batch.size()) return;
+  batch.erase(batch.begin(), batch.begin() + static_cast<std::ptrdiff_t>(done));
+  PutBack(batch);
+  AwaitNextAttempt();
 }
 
 // Ends the batch before, whose lines were `used`, waits for lines and takes what one write may
@@ -63,22 +97,22 @@ bool WKSyslogSender::TakeBatch(std::vector<std::string>& batch, std::vector<std:
 // Keeps the memory of lines that are done with, as long as that is no waste; the caller frees the
 // others when it has unlocked.
 void WKSyslogSender::FinishBatch(std::vector<std::string>& used) {
+  state_->batchInHand = false;
+  if (messageQueue.empty()) state_->workerChanged.notify_all();
   std::vector<std::string>& spare = state_->spare;
   for (std::string& line : used) {
     if (spare.size() == kMostSpare) break;
     if (line.capacity() <= kLongestSpare) spare.push_back(std::move(line));
   }
-  state_->batchInHand = false;
-  if (messageQueue.empty()) state_->workerChanged.notify_all();
 }
 
 // Writes a batch, or stores it where there is no connection or the write fails. Returns the number
 // of lines that are dealt with; the others are to be kept.
 std::size_t WKSyslogSender::Deliver(Connection* connection, const std::vector<std::string>& batch) {
   if (connection != nullptr && WriteBatch(*connection, batch)) return batch.size();
-  const std::size_t stored = Store(batch);
-  if (connection != nullptr) DestroyFailed(connection);
-  return stored;
+  const auto destroy = [this](Connection* failed) { DestroyFailed(failed); };
+  const std::unique_ptr<Connection, decltype(destroy)> failed(connection, destroy);
+  return Store(batch);
 }
 
 void WKSyslogSender::sendBatch(Connection* connection, const std::vector<std::string>& batch) {
@@ -87,7 +121,8 @@ void WKSyslogSender::sendBatch(Connection* connection, const std::vector<std::st
 }
 
 bool WKSyslogSender::WriteBatch(Connection& connection, const std::vector<std::string>& batch) {
-  const std::string_view text = wkagent::FramedLines(batch);
+  const wkagent::FramedLines framed(batch);
+  const std::string_view text = framed.View();
   const wkagent::MutexLock lock(connection.writing);
   const wkagent::BrokenPipeGuard guard;
   const wkagent::BlockingCalls::Scope scope(state_->calls, connection.socketFd);
@@ -119,7 +154,7 @@ bool WKSyslogSender::WriteTls(ssl_st* session, std::string_view text) {
     const int result = session == nullptr ? -1 : SSL_write(session, text.data() + done, size);
     if (result <= 0) {
       const int code = session == nullptr ? SSL_ERROR_SSL : SSL_get_error(session, result);
-      wkagent::senderLog.Report("Batch send failed (TLS): SSL error code " + std::to_string(code));
+      wkagent::senderLog.Report("Batch send failed (TLS): SSL error code ", std::to_string(code));
       ERR_clear_error();
       return false;
     }
@@ -143,27 +178,46 @@ std::size_t WKSyslogSender::Store(const std::vector<std::string>& batch) {
   return batch.size() - left.size();
 }
 
-// Puts lines back to the front of the queue and waits a while, unless the sender ends.
-void WKSyslogSender::KeepForLater(const std::vector<std::string>& batch, std::size_t first) {
-  wkagent::MutexLock lock(queueMutex);
-  messageQueue.insert(messageQueue.begin(), batch.begin() + static_cast<std::ptrdiff_t>(first),
-                      batch.end());
+// Puts the batch in hand back to the front of the queue. Without memory for that it stays in hand,
+// unless the worker ends.
+void WKSyslogSender::PutBack(std::vector<std::string>& batch) {
+  const wkagent::MutexLock lock(queueMutex);
+  try {
+    messageQueue.insert(messageQueue.begin(), batch.begin(), batch.end());
+  } catch (const std::bad_alloc&) {
+    if (running) throw;
+    state_->dropped += batch.size();
+    wkagent::senderLog.Report("Lines lost: ", std::to_string(batch.size()));
+  }
+  batch.clear();
   state_->batchInHand = false;
+  if (messageQueue.empty()) state_->workerChanged.notify_all();
+}
+
+void WKSyslogSender::AwaitNextAttempt() {
+  wkagent::MutexLock lock(queueMutex);
   queueCondition.wait_for(lock.Native(), kNextAttempt, [this] { return !running; });
 }
 
-// Stores what is queued when the sender ends.
+// Stores what is queued when the sender ends. Where memory runs out it tries once more; some lines
+// may then be stored twice.
 void WKSyslogSender::StoreQueue() {
   std::vector<std::string> lines;
-  {
-    const wkagent::MutexLock lock(queueMutex);
-    lines.assign(std::make_move_iterator(messageQueue.begin()),
-                 std::make_move_iterator(messageQueue.end()));
-    messageQueue.clear();
+  std::size_t lost = 0;
+  for (int attempts = 2; attempts > 0; --attempts) {
+    try {
+      const wkagent::MutexLock lock(queueMutex);
+      lost = lines.size() + messageQueue.size();
+      lines.insert(lines.end(), std::make_move_iterator(messageQueue.begin()),
+                   std::make_move_iterator(messageQueue.end()));
+      messageQueue.clear();
+      lost -= Store(lines);
+      break;
+    } catch (const std::bad_alloc&) {
+      wkagent::senderLog.Report("Out of memory");
+    }
   }
-  if (const std::size_t lost = lines.size() - Store(lines); lost > 0) {
-    wkagent::senderLog.Report("Lines lost: " + std::to_string(lost));
-  }
+  if (lost > 0) wkagent::senderLog.Report("Lines lost: ", std::to_string(lost));
 }
 
 bool WKSyslogSender::sendTCP(const std::string& message) { return SendOne(message); }
@@ -171,19 +225,17 @@ bool WKSyslogSender::sendTCP(const std::string& message) { return SendOne(messag
 bool WKSyslogSender::sendTLS(const std::string& message) { return SendOne(message); }
 
 bool WKSyslogSender::SendOne(const std::string& message) {
-  Connection* const connection = getConnection();
-  if (connection == nullptr) return false;
+  const Lease connection(*this);
+  if (connection.Get() == nullptr) return false;
   const std::vector<std::string> batch = {message};
-  bool handled = true;
   if (!retryHandler.IsInPass()) {
-    sendBatch(connection, batch);
-  } else if (!WriteBatch(*connection, batch)) {
-    // The file that is being sent again has the line, and keeps it.
-    DestroyFailed(connection);
-    handled = false;
+    sendBatch(connection.Get(), batch);
+    return true;
   }
-  releaseConnection(connection);
-  return handled;
+  if (WriteBatch(*connection.Get(), batch)) return true;
+  // The file that is being sent again has the line, and keeps it.
+  DestroyFailed(connection.Get());
+  return false;
 }
 
 // What the retry handler calls for each stored line.

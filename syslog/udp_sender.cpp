@@ -17,7 +17,7 @@ bool WKSyslogSender::sendUDP(const std::string& message) {
   }
   sockaddr_in address{};
   if (!wkagent::ToAddress(serverHost, serverPort, address)) {
-    wkagent::senderLog.Report("Invalid server address: " + serverHost);
+    wkagent::senderLog.Report("Invalid server address: ", serverHost);
     return false;
   }
   const auto* const to = reinterpret_cast<const sockaddr*>(&address);

@@ -314,7 +314,9 @@ class WKAGENT_EXPORT WKSyslogSender : public SyslogConfig {
   bool WriteTcp(int socket, std::string_view text);
   bool WriteTls(ssl_st* session, std::string_view text);
   std::size_t Store(const std::vector<std::string>& batch);
-  void KeepForLater(const std::vector<std::string>& batch, std::size_t first);
+  void DeliverBatch(std::vector<std::string>& batch);
+  void PutBack(std::vector<std::string>& batch);
+  void AwaitNextAttempt();
   void StoreQueue();
   void WaitForThreads();
 
