@@ -17,6 +17,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "faults/fault_control.h"
+
 // Nothing in here allocates, and all system calls go past the C library: its functions are the ones
 // that are replaced.
 
@@ -64,6 +66,7 @@ struct Plan {
 
 Plan plan;
 std::atomic<bool> armed{false};
+std::atomic<int> pauses{0};
 std::atomic<long> counts[kCalls];
 std::atomic<long> hits{0};
 std::atomic<long> live{0};
@@ -261,7 +264,7 @@ int ArmedMain(int argc, char** argv, char** environment) {
 }  // namespace
 
 Turn::Turn(Call call, Subject subject) noexcept {
-  if (!armed) return;
+  if (!armed || pauses > 0) return;
   const int before = errno;
   const bool meant = IsMeant(subject);
   errno = before;
@@ -293,11 +296,32 @@ bool IsInLoader(const void* address) noexcept {
 
 extern "C" {
 
-__attribute__((visibility("default"))) void wkfault_arm(int on) {
-  wkagent::faults::armed = on != 0;
+void wkfault_begin(const char* call, long nth, long times, const char* act, const char* under) {
+  using namespace wkagent::faults;
+  plan.call = call == nullptr ? Call::kCount : CallNamed(call);
+  plan.first = nth;
+  plan.times = times;
+  if (call != nullptr) ReadAct(act);
+  std::memcpy(plan.under, under, std::strlen(under) + 1);
+  for (std::atomic<long>& count : counts) count = 0;
+  hits = 0;
+  armed = true;
 }
 
-__attribute__((visibility("default"))) long wkfault_live() { return wkagent::faults::live; }
+long wkfault_end() {
+  wkagent::faults::armed = false;
+  return wkagent::faults::hits;
+}
+
+void wkfault_pause() { ++wkagent::faults::pauses; }
+
+void wkfault_resume() { --wkagent::faults::pauses; }
+
+long wkfault_count(const char* call) {
+  return wkagent::faults::counts[static_cast<std::size_t>(wkagent::faults::CallNamed(call))];
+}
+
+long wkfault_live() { return wkagent::faults::live; }
 
 using MainFunction = int (*)(int, char**, char**);
 using StartFunction = int (*)(MainFunction, int, char**, void (*)(), void (*)(), void (*)(), void*);

@@ -12,8 +12,7 @@
 //                                    "kill-before" and "kill-after" end the process by SIGKILL
 //   WKFAULT_UNDER=/path/of/home      of calls on files, only those on files below this folder
 //   WKFAULT_REPORT=/path/of/report   where the numbers of calls go, at the fault and at the end
-//   WKFAULT_FROM=main                "load": counts what is called before main, too; "armed":
-//                                    only what is called after the program called wkfault_arm(1)
+//   WKFAULT_FROM=main                "load": counts what is called before main, too
 //
 // The report has a line "hit N", the number of calls that were acted upon, one "live N", the blocks
 // of memory not given back, and a line a kind of call: "rename 7". Programs that the process starts

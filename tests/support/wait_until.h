@@ -11,8 +11,8 @@ inline constexpr std::chrono::seconds kDeadline(30);
 
 // Waits until `condition()` is true; false when it was not by the deadline.
 template <typename Condition>
-[[nodiscard]] bool WaitUntil(Condition condition) {
-  const auto end = std::chrono::steady_clock::now() + kDeadline;
+[[nodiscard]] bool WaitUntil(Condition condition, std::chrono::seconds deadline = kDeadline) {
+  const auto end = std::chrono::steady_clock::now() + deadline;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
