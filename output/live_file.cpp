@@ -35,6 +35,12 @@ class LiveFile {
 
   void Flush() { WriteOut(block_.get(), std::exchange(used_, 0)); }
 
+  // The same, as far as the disk. What is no file on a disk cannot be synced and need not be.
+  void Sync() {
+    Flush();
+    if (*error_ == 0 && fdatasync(fd_.Get()) != 0 && errno != EINVAL) *error_ = errno;
+  }
+
  private:
   static constexpr std::size_t kBlock = std::size_t{32} << 10;
 
@@ -71,6 +77,8 @@ int CloseFile(void* context) {
 }
 
 }  // namespace
+
+void SyncText(xmlOutputBuffer* textBuffer) { static_cast<LiveFile*>(textBuffer->context)->Sync(); }
 
 xmlTextWriter* NewFileWriter(const char* path, int* error, xmlOutputBuffer** textBuffer) {
   Fd fd(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));

@@ -15,6 +15,10 @@ namespace wkagent {
 [[nodiscard]] xmlTextWriter* NewFileWriter(const char* path, int* error,
                                            xmlOutputBuffer** textBuffer = nullptr);
 
+// Has the system put on the disk what the writer of this buffer has handed over; an error is noted
+// as that of a write is.
+void SyncText(xmlOutputBuffer* textBuffer);
+
 }  // namespace wkagent
 
 #endif  // WKAGENT_OUTPUT_LIVE_FILE_H

@@ -1,29 +1,21 @@
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 #include <memory>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include <libxml/xmlwriter.h>
-#include <sys/stat.h>
 
 #include <wkagent/output.h>
 
 #include "config/xml_library.h"
 #include "core/bounded_copy.h"
 #include "core/printed_text.h"
-#include "core/time_stamp.h"
 #include "output/live_file.h"
 #include "output/output_state.h"
-#include "output/safe_archive.h"
-#include "output/unfinished_file.h"
 
 namespace {
 
 constexpr int kDefaultThreshold = 500;
-constexpr off_t kSmallestArchive = 64;  // what is smaller holds no record
 
 struct WriterFreer {
   void operator()(xmlTextWriter* writer) const { xmlFreeTextWriter(writer); }
@@ -31,8 +23,6 @@ struct WriterFreer {
 using Writer = std::unique_ptr<xmlTextWriter, WriterFreer>;
 
 const xmlChar* Xml(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
-
-std::string StampNow() { return wkagent::FormatTimeStamp(std::time(nullptr)).data(); }
 
 }  // namespace
 
@@ -62,10 +52,13 @@ int WKOutputFile::OpenFile() {
   const bool cleared = ClearLiveFile();
   previous.reset();
   recordCount = 0;
-  state_->earlierWriteError = 0;
+  state_->earlierWriteError = std::exchange(state_->nameError, 0);
   state_->writeError = 0;
   state_->level = 0;
   state_->elementEnded = false;
+  state_->nameSynced = false;
+  state_->closedFile.clear();
+  state_->sync.Clear();
   if (!cleared) return 1;
 
   writer = wkagent::NewFileWriter(fileName, &state_->writeError, &state_->buffer);
@@ -90,56 +83,15 @@ int WKOutputFile::OpenFile() {
   return 1;
 }
 
-// Archives or removes what stands under the live name. False when it must stay, so that no new
-// document may be begun.
-bool WKOutputFile::ClearLiveFile() {
-  if (state_->safe) RetryArchive();
-  struct stat status {};
-  if (stat(fileName, &status) != 0) return true;
-  if (state_->safe && status.st_size > 0) {
-    if (!CompleteLiveFile()) return false;
-    if (stat(fileName, &status) != 0) return true;
-  }
-  bool worthKeeping = status.st_size >= kSmallestArchive;
-  if (state_->safe) {
-    worthKeeping = worthKeeping ? !wkagent::IsEmptyDocument(fileName, rootElement, groupElement)
-                                : wkagent::MayHoldRecord(fileName);
-  }
-  if (!worthKeeping) {
-    std::remove(fileName);
-    return true;
-  }
-  if (RenameLog() == 0 || !state_->safe) return true;
-
-  const wkagent::Move move = wkagent::SetAside(fileName, StampNow());
-  if (move.error == 0) return true;
-  wkagent::FormatBounded(errorText, "Cannot set aside %s as %s Error Code:%d", fileName,
-                         move.to.c_str(), move.error);
-  Report();
-  return false;
-}
-
-// False when the live file is no XML and cannot be made so.
-bool WKOutputFile::CompleteLiveFile() {
-  switch (wkagent::CompleteFile(fileName, rootElement, groupElement)) {
-    case wkagent::Completion::kWasComplete:
-      return true;
-    case wkagent::Completion::kCompleted:
-      wkagent::FormatBounded(errorText, "Completed unfinished file %s", fileName);
-      Report();
-      return true;
-    case wkagent::Completion::kFailed:
-      break;
-  }
-  wkagent::FormatBounded(errorText, "Cannot complete unfinished file %s", fileName);
-  Report();
-  return false;
-}
-
 void WKOutputFile::CloseFile() {
   if (writer == nullptr) return;
-  const Writer closing(std::exchange(writer, nullptr));
+  const bool own = writer == state_->fileWriter;
+  Writer closing(std::exchange(writer, nullptr));
   xmlTextWriterEndDocument(closing.get());
+  if (own && state_->sync.IsOn()) SyncDocument();
+  closing.reset();
+  state_->fileWriter = nullptr;
+  if (own && GetWriteError() == 0) state_->closedFile = fileName;
 }
 
 int WKOutputFile::WriteStartRecord(const char* recordElement) {
@@ -195,6 +147,7 @@ int WKOutputFile::WriteEndElement() {
 int WKOutputFile::WriteEndRecord() {
   WriteEndElement();
   ++recordCount;
+  if (state_->sync.IsOn()) SyncAfterRecord();
   return 0;
 }
 
@@ -203,56 +156,13 @@ int WKOutputFile::ThresholdLimitReached() {
   CloseFile();
   const int writeError = GetWriteError();
   const int result = OpenFile();
-  state_->earlierWriteError = writeError;
+  if (writeError != 0) state_->earlierWriteError = writeError;
   return result;
-}
-
-int WKOutputFile::RenameLog() { return ArchiveFile(fileName, StampNow().c_str()); }
-
-int WKOutputFile::ArchiveFile(const char* from, const char* stamp) {
-  const wkagent::Move move =
-      state_->safe ? ArchiveToFreeName(from, stamp) : wkagent::Archive(from, rootElement, stamp);
-  if (move.error == 0) {
-    ++state_->archived;
-    wkagent::FormatBounded(errorText, "Created archive file %s", move.to.c_str());
-  } else {
-    wkagent::FormatBounded(errorText, "Rename error - From:%s To %s Error Code:%d", from,
-                           move.to.c_str(), move.error);
-  }
-  Report();
-  return move.error == 0 ? 0 : -1;
-}
-
-wkagent::Move WKOutputFile::ArchiveToFreeName(const char* from, const char* stamp) {
-  const bool sameSecond = state_->latestStamp == stamp;
-  wkagent::Move move = wkagent::ArchiveWithoutReplacing(from, rootElement, stamp,
-                                                        sameSecond ? state_->nextNumber : 0);
-  if (move.error == 0) {
-    state_->latestStamp = stamp;
-    state_->nextNumber = move.number + 1;
-  }
-  return move;
 }
 
 void WKOutputFile::SetThresholdLimit(int limit) { thresholdLimit = limit; }
 
 char* WKOutputFile::GetError() { return errorText; }
-
-void WKOutputFile::SetSafeArchive(bool safe) { state_->safe = safe; }
-
-int WKOutputFile::RetryArchive() {
-  const std::vector<std::string> files = wkagent::FilesSetAside(fileName);
-  int left = static_cast<int>(files.size());
-  for (const std::string& file : files) {
-    if (ArchiveFile(file.c_str(), wkagent::StampOf(fileName, file).c_str()) != 0) break;
-    --left;
-  }
-  return left;
-}
-
-int WKOutputFile::GetArchivedCount() { return state_->archived; }
-
-int WKOutputFile::FlushFile() { return xmlTextWriterFlush(writer) < 0 ? 1 : 0; }
 
 int WKOutputFile::GetWriteError() {
   return state_->earlierWriteError != 0 ? state_->earlierWriteError : state_->writeError;

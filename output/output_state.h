@@ -10,6 +10,7 @@
 
 #include "output/date_cache.h"
 #include "output/record_text.h"
+#include "output/sync_schedule.h"
 
 // What an output file keeps beside its listed members.
 class WKOutputFile::State {
@@ -45,6 +46,11 @@ class WKOutputFile::State {
   int nextNumber = 0;
   int writeError = 0;         // of the open file
   int earlierWriteError = 0;  // of those before it, since the host's OpenFile
+  int nameError = 0;          // of syncing the names of files, since the last OpenFile
+
+  wkagent::SyncSchedule sync;
+  bool nameSynced = false;  // of the live file
+  std::string closedFile;   // that was completed without error, and synced where that is on
 
   const _xmlTextWriter* fileWriter = nullptr;  // the writer of this buffer
   xmlOutputBuffer* buffer = nullptr;           // where the document's text goes

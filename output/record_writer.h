@@ -57,6 +57,7 @@ int WKOutputFile::WriteRecord(const char* element, const tagWKEventData& event, 
       state_->text.End();
       if (state_->Put(state_->text.View())) {
         ++recordCount;
+        if (state_->sync.IsOn()) SyncAfterRecord();
         return 0;
       }
     }

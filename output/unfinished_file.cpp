@@ -1,8 +1,6 @@
 #include "output/unfinished_file.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -10,20 +8,12 @@
 #include <unistd.h>
 
 #include "core/handles.h"
+#include "output/audit_frame.h"
+#include "output/damaged_file.h"
+#include "output/line_reader.h"
 
 namespace wkagent {
 namespace {
-
-// What an audit file begins with, up to its first record, and what it ends with.
-struct Frame {
-  std::string head;
-  std::string tail;
-};
-
-Frame FrameOf(const std::string& root, const std::string& group) {
-  return {"<?xml version=\"1.0\"?>\n<" + root + ">\n  <" + group,
-          "  </" + group + ">\n</" + root + ">\n"};
-}
 
 // Reads up to `size` bytes from `offset` on, counted from the file's end where it is negative.
 std::optional<std::string> ReadAt(std::FILE* file, long offset, std::size_t size) {
@@ -34,35 +24,36 @@ std::optional<std::string> ReadAt(std::FILE* file, long offset, std::size_t size
   return text;
 }
 
-struct LineFreer {
-  void operator()(char* line) const { std::free(line); }
+struct Scan {
+  off_t end = 0;         // behind the last line that ends a record, 0 where there is none
+  bool damaged = false;  // it holds zero bytes, which no text does
+  bool holed = false;    // the same before that end
+  bool blank = true;     // it holds nothing else
 };
 
-// The offset behind the last line that ends a record, 0 where there is none.
-std::optional<off_t> EndOfLastRecord(std::FILE* file) {
+std::optional<Scan> ScanRecords(std::FILE* file) {
   std::rewind(file);
-  char* buffer = nullptr;
-  std::size_t capacity = 0;
+  Scan scan;
   off_t offset = 0;
-  off_t end = 0;
-  ssize_t length = 0;
-  while ((length = getline(&buffer, &capacity, file)) > 0) {
-    std::string_view line(buffer, static_cast<std::size_t>(length));
+  LineReader lines(file);
+  while (lines.Next()) {
+    std::string_view line = lines.Line();
+    scan.damaged = scan.damaged || line.find('\0') != std::string_view::npos;
+    scan.blank = scan.blank && line.find_first_not_of('\0') == std::string_view::npos;
     if (!line.ends_with('\n')) break;  // a last line without line end is not whole
-    offset += length;
+    offset += static_cast<off_t>(line.size());
     line.remove_suffix(1);
-    const bool endsElement = line.ends_with("/>") || line.starts_with("    </");
-    if (line.starts_with("    <") && endsElement) end = offset;
+    if (!EndsRecord(line)) continue;
+    scan.end = offset;
+    scan.holed = scan.damaged;
   }
-  const std::unique_ptr<char, LineFreer> owner(buffer);
-  // Without memory for a line it ends as if the file did, but says nothing of an end.
-  if (std::ferror(file) != 0 || (length < 0 && std::feof(file) == 0)) return std::nullopt;
-  return end;
+  if (lines.HasFailed()) return std::nullopt;
+  return scan;
 }
 
-enum class Look { kWhole, kUnfinished, kUnreadable };
+enum class Look { kWhole, kUnfinished, kOther, kUnreadable };
 
-Look LookAt(std::FILE* file, const Frame& frame, const std::string& rootElement) {
+Look LookAt(std::FILE* file, const AuditFrame& frame, const std::string& rootElement) {
   const std::string rootEnd = "</" + rootElement + ">\n";
   const auto tail = ReadAt(file, -static_cast<long>(rootEnd.size()), rootEnd.size());
   const auto head = ReadAt(file, 0, frame.head.size() + 2);
@@ -70,45 +61,50 @@ Look LookAt(std::FILE* file, const Frame& frame, const std::string& rootElement)
   if (*tail == rootEnd) return Look::kWhole;
   const bool began =
       (frame.head + ">\n").starts_with(*head) || (frame.head + "/>").starts_with(*head);
-  return began ? Look::kUnfinished : Look::kWhole;
+  return began ? Look::kUnfinished : Look::kOther;
+}
+
+// Cuts the file after its last record and adds the end of the document.
+bool CutAndComplete(const std::string& path, off_t end, const AuditFrame& frame) {
+  if (truncate(path.c_str(), end) != 0) return false;
+  if (end == 0) return true;
+  const File appended(std::fopen(path.c_str(), "ae"));
+  if (appended == nullptr) return false;
+  return std::fputs(frame.tail.c_str(), appended.get()) >= 0 && std::fflush(appended.get()) == 0;
 }
 
 }  // namespace
 
 Completion CompleteFile(const std::string& path, const std::string& rootElement,
                         const std::string& groupElement) {
-  const Frame frame = FrameOf(rootElement, groupElement);
+  const AuditFrame frame(rootElement, groupElement);
   const File file(std::fopen(path.c_str(), "re"));
   if (file == nullptr) return Completion::kFailed;
-  switch (LookAt(file.get(), frame, rootElement)) {
-    case Look::kWhole:
-      return Completion::kWasComplete;
-    case Look::kUnreadable:
-      return Completion::kFailed;
-    case Look::kUnfinished:
-      break;
+  const Look look = LookAt(file.get(), frame, rootElement);
+  const std::optional<Scan> scan = ScanRecords(file.get());
+  if (look == Look::kUnreadable || !scan) return Completion::kFailed;
+  const bool ours = look != Look::kOther || scan->end > 0 || scan->blank;
+  // Damage behind the last record of an unfinished file goes with what is cut off.
+  if (ours && (look == Look::kUnfinished ? scan->holed : scan->damaged)) {
+    return KeepWholeRecords(path, frame) ? Completion::kRepaired : Completion::kFailed;
   }
-  const std::optional<off_t> end = EndOfLastRecord(file.get());
-  if (!end || truncate(path.c_str(), *end) != 0) return Completion::kFailed;
-  if (*end == 0) return Completion::kCompleted;
-  const File appended(std::fopen(path.c_str(), "ae"));
-  if (appended == nullptr) return Completion::kFailed;
-  const bool written =
-      std::fputs(frame.tail.c_str(), appended.get()) >= 0 && std::fflush(appended.get()) == 0;
-  return written ? Completion::kCompleted : Completion::kFailed;
+  if (look != Look::kUnfinished) return Completion::kWasComplete;
+  return CutAndComplete(path, scan->end, frame) ? Completion::kCompleted : Completion::kFailed;
 }
 
 bool IsEmptyDocument(const std::string& path, const std::string& rootElement,
                      const std::string& groupElement) {
   const std::string document =
-      FrameOf(rootElement, groupElement).head + "/>\n</" + rootElement + ">\n";
+      AuditFrame(rootElement, groupElement).head + "/>\n</" + rootElement + ">\n";
   const File file(std::fopen(path.c_str(), "re"));
   return file != nullptr && ReadAt(file.get(), 0, document.size() + 1) == document;
 }
 
 bool MayHoldRecord(const std::string& path) {
   const File file(std::fopen(path.c_str(), "re"));
-  return file == nullptr || EndOfLastRecord(file.get()) != off_t{0};
+  if (file == nullptr) return true;
+  const std::optional<Scan> scan = ScanRecords(file.get());
+  return !scan || scan->end > 0;
 }
 
 }  // namespace wkagent

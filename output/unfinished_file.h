@@ -6,15 +6,16 @@
 namespace wkagent {
 
 // What became of a file: nothing had to be done, which includes that it is not an audit file with
-// these names; or it was completed; or it could not be read or written.
-enum class Completion { kWasComplete, kCompleted, kFailed };
+// these names; or it was completed; or damaged parts were removed as well; or it could not be read
+// or written.
+enum class Completion { kWasComplete, kCompleted, kRepaired, kFailed };
 
 // Completes an audit file whose writer was killed or ran out of disk: cuts it after the last whole
 // record and adds the end of its group and root elements, so that it is XML again. A file without
 // any whole record becomes empty. What does not begin as such a file does is left as it is.
 //
-// It relies on how the files are laid out: a line an element, records indented by four blanks, and
-// no raw line break within a value.
+// A file with zero bytes in it, which a power failure leaves, keeps the whole records on both sides
+// of them, also where its beginning or its end is lost.
 [[nodiscard]] Completion CompleteFile(const std::string& path, const std::string& rootElement,
                                       const std::string& groupElement);
 

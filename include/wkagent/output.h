@@ -19,7 +19,9 @@
 //
 // Unless SetSafeArchive is on, records can be lost: two archives of one second bear the same name
 // and the second replaces the first, and a live file that could not be archived is overwritten by
-// the next one. At the default threshold that is up to 500 records a file.
+// the next one. At the default threshold that is up to 500 records a file. And unless SetDurability
+// is on, it is left to the system when records reach the disk: a power failure can take the latest
+// ones, and with them parts of files that were archived already.
 
 #include <cstdint>
 #include <ctime>
@@ -94,7 +96,7 @@ class WKAGENT_EXPORT WKOutputFile : public WKLogStatus {
   // left by an earlier process, and OpenFile and RetryArchive try again; OpenFile fails rather than
   // overwrite records; a file is removed when it holds no record and kept when it does, whatever
   // its size; and a file that its writer could not complete is cut after its last whole record and
-  // completed.
+  // completed, and loses what a power failure filled with zero bytes.
   void SetSafeArchive(bool safe);
 
   // Tries again to archive what was set aside, oldest first. Returns the number of files that are
@@ -109,8 +111,19 @@ class WKAGENT_EXPORT WKOutputFile : public WKLogStatus {
   int FlushFile();
 
   // The errno of the first write to the live file that failed since OpenFile, 0 when none did. A
-  // failed write leaves a file that is not complete.
+  // failed write leaves a file that is not complete. With SetDurability, what could not be put on
+  // the disk counts as a failed write.
   int GetWriteError();
+
+  // Off unless called with a positive number; what is not positive has no effect. When on, records
+  // are on the disk (fdatasync) after this many records, or when the first that is not has waited
+  // for this long, and so is each file before it is archived or set aside, and its new name after
+  // it. There is no thread: the time is looked at when a record is written and by FlushFile.
+  void SetDurability(int records, int milliseconds);
+
+  // Writes what is buffered to the file and puts it on the disk, also where SetDurability is off.
+  // Returns 0, or 1 when that fails or no document of OpenFile is open.
+  int SyncFile();
 
   _xmlTextWriter* writer;  // null when no document is open
   int thresholdLimit;
@@ -129,11 +142,15 @@ class WKAGENT_EXPORT WKOutputFile : public WKLogStatus {
   class State;
 
   void RotateWhenFull();
+  void SyncAfterRecord();
+  void SyncDocument();
+  void SyncMove(const char* to);
 
   void Report();
   int ArchiveFile(const char* from, const char* stamp);
   wkagent::Move ArchiveToFreeName(const char* from, const char* stamp);
   bool ClearLiveFile();
+  bool MoveLiveFile();
   bool CompleteLiveFile();
 
   std::unique_ptr<State> state_;
