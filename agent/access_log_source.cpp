@@ -164,6 +164,7 @@ void AccessLogSource::TakeEntry(const AccessLogEntry& entry) {
   if (old || position_.Contains(id)) return;
   newEntries_ = true;
   pause_ = kFirstPause;
+  sink_->OnEntryBegun(id);
   if (const std::string error = events_->Take(entry); !error.empty()) {
     sink_->OnMalformed(0, std::string("entry ").append(id).append(": ").append(error));
   }

@@ -21,11 +21,11 @@
 #include "agent/pipeline.h"
 #include "agent/reader.h"
 #include "agent/report.h"
+#include "agent/resume.h"
 #include "agent/settings.h"
 #include "agent/signals.h"
 #include "agent/source.h"
 #include "agent/spool_replay.h"
-#include "agent/whole_file.h"
 #include "agent/worker.h"
 #include "core/handles.h"
 
@@ -58,18 +58,6 @@ std::string AbsoluteHome(const std::string& home) {
   std::string path = std::filesystem::absolute(home, error).lexically_normal();
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
   return path;
-}
-
-// Where the source goes on, if it keeps a position; a position that cannot be used is set aside.
-LogPosition LoadPosition(const std::string& home, const std::string& log) {
-  LogPosition position;
-  std::string text;
-  if (!LoadFile(kPositionFile, text) || position.FromText(text, log)) return position;
-  const std::string aside = std::string(kPositionFile) + ".unused";
-  std::rename(kPositionFile, aside.c_str());
-  Report(InHome(home, kPositionFile) + ": not the position of " + log +
-         ", which is read from its beginning; the file is now " + InHome(home, aside));
-  return position;
 }
 
 // Begins to forward to the remote syslog. Settings that are missing leave the library's defaults,
@@ -109,12 +97,8 @@ ExitStatus RunAgent(const Options& options) {
   Pipeline pipeline(home, options.feedPath == "-" ? "standard input" : options.feedPath);
   pipeline.Apply(settings);
   if (syslog) pipeline.ForwardTo(*syslog);
+  Resume(home, options, *source, pipeline);
   if (const ExitStatus status = pipeline.Start(); status != kDone) return status;
-  if (const std::string log = source->LogName(); !log.empty()) {
-    const LogPosition position = LoadPosition(home, log);
-    source->StartAt(position);
-    pipeline.KeepPosition(log, position);
-  }
 
   std::optional<SpoolReplay> replay;
   if (!options.holdAlerts) {
@@ -128,6 +112,7 @@ ExitStatus RunAgent(const Options& options) {
   Reader reader(home, settings, *source, signals, sink, worker, watch);
   const ExitStatus worked = reader.Run();
   worker.Stop();
+  if (reader.ReachedEnd()) pipeline.ForgetPosition();
   const ExitStatus finished = pipeline.Finish();
   PrintTotals(pipeline);
   return worked != kDone ? worked : finished;

@@ -12,6 +12,8 @@
 namespace wkagent {
 namespace {
 
+constexpr int kLongestUnsynced = 500;  // milliseconds; within a second is promised
+
 char* NullIfEmpty(char* text) { return text[0] == '\0' ? nullptr : text; }
 
 bool ConfigFileExists(const char* name) {
@@ -55,6 +57,7 @@ ExitStatus AuditStream<Kind>::Open() {
   }
   output_.InitializeLogMessage(ReportLibraryMessage);
   output_.SetSafeArchive(true);
+  output_.SetDurability(0, kLongestUnsynced);
   if (output_.OpenFile() == 0) return kDone;
   Report(InHome(home_, Kind::kLiveFile) + ": cannot be written");
   return kOutputFailed;
@@ -62,14 +65,16 @@ ExitStatus AuditStream<Kind>::Open() {
 
 template <typename Kind>
 bool AuditStream<Kind>::Take(tagWKEventData& event, std::int64_t& alerts) {
-  if (!filter_ || !Kind::Passes(*filter_, event)) return false;
+  if (!Keeps(event)) return false;
+  if (output_.recordCount > 0 && output_.recordCount == output_.thresholdLimit) Rotate();
+  if (failed_) return false;
   if (const int gathered = filter_->alerts.GetCount(); gathered > 0) {
     alerts += gathered;
     filter_->Serialize(AlertText(event).data());
   }
   output_.WriteAuditData(&event);
   CheckOutput();
-  flushed_ = false;
+  synced_ = false;
   return true;
 }
 
@@ -97,16 +102,26 @@ void AuditStream<Kind>::SetThreshold(int records) {
   output_.SetThresholdLimit(records);
   // The file is rotated when its count equals the threshold, so a count above it never would be.
   if (output_.writer == nullptr || records <= 0 || output_.recordCount <= records) return;
+  Rotate();
+}
+
+// The same as the library does by itself, with the archive announced in between.
+template <typename Kind>
+void AuditStream<Kind>::Rotate() {
+  output_.CloseFile();
+  if (output_.GetWriteError() != 0) return CheckOutput();
+  synced_ = true;
+  if (beforeArchive_) beforeArchive_();
   output_.ThresholdLimitReached();
   output_.recordCount = 0;
   CheckOutput();
 }
 
 template <typename Kind>
-void AuditStream<Kind>::Flush() {
-  if (flushed_ || failed_) return;
-  output_.FlushFile();
-  flushed_ = true;
+void AuditStream<Kind>::Sync() {
+  if (synced_ || failed_) return;
+  (void)output_.SyncFile();  // CheckOutput tells
+  synced_ = true;
   CheckOutput();
 }
 

@@ -1,8 +1,10 @@
 #ifndef WKAGENT_AGENT_AUDIT_STREAM_H
 #define WKAGENT_AGENT_AUDIT_STREAM_H
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <wkagent/filter.h>
 #include <wkagent/output.h>
@@ -46,6 +48,11 @@ class AuditStream {
   // Reads the filter and opens the live file; kDone when both succeeded.
   [[nodiscard]] ExitStatus Start();
 
+  // True when the filter keeps the event.
+  [[nodiscard]] bool Keeps(tagWKEventData& event) {
+    return filter_.has_value() && Kind::Passes(*filter_, event);
+  }
+
   // Writes the event if the filter keeps it, adds its alerts to `alerts`, and tells whether it was
   // kept. Not to be called once the stream has failed.
   [[nodiscard]] bool Take(tagWKEventData& event, std::int64_t& alerts);
@@ -57,8 +64,14 @@ class AuditStream {
 
   void SetThreshold(int records);
 
-  // Makes the written records visible to others.
-  void Flush();
+  // Calls `action` each time before the live file, completed and on the disk, is archived.
+  void BeforeArchive(std::function<void()> action) { beforeArchive_ = std::move(action); }
+
+  // Makes the written records visible to others, and puts them on the disk.
+  void Sync();
+
+  // True while no document is open: what bears the live file's name next is another one.
+  [[nodiscard]] bool IsClosed() const { return output_.writer == nullptr; }
 
   // Tries again to archive what could not be; the number of files that still wait.
   int RetryArchive();
@@ -73,13 +86,15 @@ class AuditStream {
 
  private:
   [[nodiscard]] ExitStatus Open();
+  void Rotate();
   void CheckOutput();
 
   const std::string& home_;
   std::optional<typename Kind::Filter> filter_;  // none where there is no filter file
   typename Kind::Output output_;
   bool failed_ = false;
-  bool flushed_ = true;
+  bool synced_ = true;
+  std::function<void()> beforeArchive_;
 };
 
 extern template class AuditStream<DirectoryEvents>;

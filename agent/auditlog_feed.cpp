@@ -41,6 +41,8 @@ void AuditlogFeed::OnMalformed(long line, std::string_view reason) {
   sink_.OnMalformed(line, reason);
 }
 
+void AuditlogFeed::OnBoundary(std::int64_t offset, long line) { sink_.OnBoundary(offset, line); }
+
 void AuditlogFeed::OnRecord(const LdifRecord& record) {
   std::size_t next = 1;  // the first line is the dn
   while (next < record.lines.size() && SameIgnoringCase(record.lines[next].name, "control")) ++next;

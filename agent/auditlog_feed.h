@@ -16,12 +16,14 @@ class AuditlogFeed : public Feed, private LdifHandler {
   // `serverName` is written into every event.
   AuditlogFeed(FeedSink& sink, std::string_view serverName);
 
+  void StartAt(std::int64_t offset, long line) override { reader_.StartAt(offset, line); }
   void Take(std::string_view block) override;
   void Finish() override;
 
  private:
   void OnRecord(const LdifRecord& record) override;
   void OnMalformed(long line, std::string_view reason) override;
+  void OnBoundary(std::int64_t offset, long line) override;
 
   // Each collects the changes; false when the record was reported as malformed.
   [[nodiscard]] bool ReadAdd(const LdifRecord& record, std::size_t first);

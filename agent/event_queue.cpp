@@ -114,6 +114,14 @@ void QueueSink::OnMalformed(long line, std::string_view reason) {
   Push(QueueItem::Kind::kMalformed, reason);
 }
 
+void QueueSink::OnPlace(const FeedPlace& place, std::int64_t items) {
+  item_.kind = QueueItem::Kind::kPlace;
+  item_.place = {place, items};
+  queue_.Push(item_);
+}
+
+void QueueSink::OnEntryBegun(std::string_view id) { Push(QueueItem::Kind::kEntryBegun, id); }
+
 void QueueSink::OnEntryRead(std::string_view csn, std::string_view id) {
   Push(QueueItem::Kind::kEntryRead, std::string(csn).append(1, ' ').append(id));
 }

@@ -12,13 +12,21 @@
 
 namespace wkagent {
 
+// See FeedSink::OnPlace.
+struct PlaceReached {
+  FeedPlace place;
+  std::int64_t items;
+};
+
 // What passes from the reader to the worker: an event, or something to do between two events.
 struct QueueItem {
   enum class Kind {
     kEvent,
     kMalformed,  // line, text
-    kEntryRead,  // text: "CSN ID"
-    kProblem,    // text
+    kPlace,
+    kEntryBegun,  // text: the entry's ID
+    kEntryRead,   // text: "CSN ID"
+    kProblem,     // text
     kSettings,
     kReload,  // text: the name of a filter file, or none
     kIdle,
@@ -31,6 +39,7 @@ struct QueueItem {
   long line;
   union {
     tagWKEventData event;
+    PlaceReached place;
     Settings settings;
     char text[512];
   };
@@ -91,6 +100,8 @@ class QueueSink : public FeedSink {
 
   void OnEvent(tagWKEventData& event) override;
   void OnMalformed(long line, std::string_view reason) override;
+  void OnPlace(const FeedPlace& place, std::int64_t items) override;
+  void OnEntryBegun(std::string_view id) override;
   void OnEntryRead(std::string_view csn, std::string_view id) override;
   void OnProblem(std::string_view what) override;
 

@@ -1,9 +1,12 @@
 #ifndef WKAGENT_AGENT_FEED_H
 #define WKAGENT_AGENT_FEED_H
 
+#include <cstdint>
 #include <string_view>
 
 #include <wkagent/output.h>
+
+#include "agent/feed_place.h"
 
 namespace wkagent {
 
@@ -19,6 +22,17 @@ class FeedSink {
   // `reason` holds no values of the input: they may be secret.
   virtual void OnMalformed(long line, std::string_view reason) = 0;
 
+  // Of a feed that reads a file: what has been handed over lies before this byte and in the lines
+  // up to this one, and a fresh feed that begins here finds what this one will.
+  virtual void OnBoundary(std::int64_t /*offset*/, long /*line*/) {}
+
+  // What lies before this place of a file has been handed over, and so many events and malformed
+  // entries behind it.
+  virtual void OnPlace(const FeedPlace& /*place*/, std::int64_t /*items*/) {}
+
+  // The events of an entry of an access log follow.
+  virtual void OnEntryBegun(std::string_view /*id*/) {}
+
   // All events of an entry of an access log have been handed over; see LogPosition.
   virtual void OnEntryRead(std::string_view /*csn*/, std::string_view /*id*/) {}
 
@@ -31,6 +45,9 @@ class FeedSink {
 class Feed {
  public:
   virtual ~Feed() = default;
+
+  // Begins behind so many bytes and lines of the input, at a boundary. Before the first block.
+  virtual void StartAt(std::int64_t offset, long line) = 0;
 
   virtual void Take(std::string_view block) = 0;
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "agent/feed.h"
+#include "agent/feed_progress.h"
 #include "agent/followed_file.h"
 #include "agent/options.h"
 #include "agent/source.h"
@@ -17,14 +18,21 @@ class FileSource : public Source {
   explicit FileSource(const Options& options);
 
   [[nodiscard]] ExitStatus Open() override;
+  [[nodiscard]] std::string FileName() const override;
+  [[nodiscard]] FeedPosition Start() const override;
+  [[nodiscard]] bool GoOnAt(const FeedPosition& position) override;
   void Attach(FeedSink& sink) override;
   [[nodiscard]] int WaitFd() const override { return input_.WaitFd(); }
   [[nodiscard]] State Work(bool ready) override;
 
  private:
+  void Announce();
+
   const FeedKind kind_;
   const std::string path_;
   FollowedFile input_;
+  FeedPosition start_;
+  std::unique_ptr<FeedProgress> progress_;
   std::unique_ptr<Feed> feed_;
 };
 

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "agent/feed_place.h"
 #include "core/handles.h"
 
 namespace wkagent {
@@ -13,6 +14,9 @@ namespace wkagent {
 // The input of a feed: a file, a FIFO or standard input, read in blocks without waiting. A followed
 // regular file is read on as it grows; when another file takes its name, or when it is truncated,
 // reading goes on at the beginning of the new content.
+//
+// A regular file can be found again after a restart, also under the name that it was rotated to;
+// what took its name follows then, also where the file is not followed.
 class FollowedFile {
  public:
   enum class State {
@@ -29,6 +33,10 @@ class FollowedFile {
   // Opens the input; false, with `Error`, where that fails.
   [[nodiscard]] bool Open();
 
+  // Goes on in the file of this mark, behind so many bytes, wherever it lies in its folder by now;
+  // false where there is none. After Open.
+  [[nodiscard]] bool GoOnAt(const FileMark& mark, std::int64_t offset);
+
   [[nodiscard]] State Read();
 
   // What the last Read gave; valid until the next.
@@ -37,11 +45,17 @@ class FollowedFile {
   // The descriptor to wait on for more, -1 where waiting for a time must do.
   [[nodiscard]] int WaitFd() const;
 
+  // What the file that is being read is known by; only of a regular file under a name.
+  [[nodiscard]] bool HasMark() const { return regular_ && path_ != "-"; }
+  [[nodiscard]] FileMark Mark() const;
+
   // The errno of what failed.
   [[nodiscard]] int Error() const { return error_; }
 
  private:
   [[nodiscard]] State AtEnd();
+  [[nodiscard]] State ChangeOver();
+  [[nodiscard]] bool SeekTo(std::int64_t offset);
   [[nodiscard]] bool NameHasMoved() const;
 
   const std::string path_;
@@ -49,6 +63,8 @@ class FollowedFile {
   Fd fd_;
   bool regular_ = false;
   bool lastLook_ = false;  // the name has moved: read the rest, then change over
+  bool rotated_ = false;   // what is being read was rotated before it was opened
+  std::string head_;       // of the file
   std::vector<char> buffer_;
   std::size_t filled_ = 0;
   int error_ = 0;

@@ -125,6 +125,7 @@ JsonlFeed::JsonlFeed(FeedSink& sink) : sink_(sink), splitter_(kLongestLine) {}
 
 void JsonlFeed::Take(std::string_view block) {
   splitter_.Split(block, [this](std::string_view line) { TakeLine(line); });
+  sink_.OnBoundary(splitter_.Offset(), splitter_.Number());
 }
 
 void JsonlFeed::Finish() {

@@ -16,6 +16,7 @@ class JsonlFeed : public Feed {
  public:
   explicit JsonlFeed(FeedSink& sink);
 
+  void StartAt(std::int64_t offset, long line) override { splitter_.StartAt(offset, line); }
   void Take(std::string_view block) override;
   void Finish() override;
 

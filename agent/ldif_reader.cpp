@@ -89,7 +89,11 @@ void LdifReader::TakeLine(std::string_view line) {
   EndLogicalLine();
   commentOpen_ = line.starts_with('#');
   headerOpen_ = false;
-  if (line.empty()) return EndRecord();
+  if (line.empty()) {
+    EndRecord();
+    if (headerLine_ == 0) handler_.OnBoundary(splitter_.Offset(), splitter_.Number());
+    return;
+  }
   if (commentOpen_) return TakeComment(line);
   if (state_ == State::kSkippingRecord) return;
   if (state_ == State::kSkippingGarbage && !SameIgnoringCase(line.substr(0, 3), "dn:")) return;

@@ -30,6 +30,9 @@ class LdifHandler {
   virtual ~LdifHandler() = default;
   virtual void OnRecord(const LdifRecord& record) = 0;
   virtual void OnMalformed(long line, std::string_view reason) = 0;
+
+  // Neither a record nor a header is open behind this byte and this line.
+  virtual void OnBoundary(std::int64_t /*offset*/, long /*line*/) {}
 };
 
 // LdifReader cuts a change log in LDIF (RFC 2849) into records: it unfolds lines, decodes base64,
@@ -41,6 +44,9 @@ class LdifHandler {
 class LdifReader {
  public:
   explicit LdifReader(LdifHandler& handler);
+
+  // Begins at a boundary of the input, behind so many bytes and lines.
+  void StartAt(std::int64_t offset, long line) { splitter_.StartAt(offset, line); }
 
   void Take(std::string_view block);
   void Finish();

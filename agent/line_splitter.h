@@ -2,6 +2,7 @@
 #define WKAGENT_AGENT_LINE_SPLITTER_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -13,9 +14,16 @@ class LineSplitter {
  public:
   explicit LineSplitter(std::size_t longest) : longest_(longest) {}
 
+  // Begins behind so many bytes and lines of the input.
+  void StartAt(std::int64_t offset, long number) {
+    read_ = end_ = offset;
+    number_ = number;
+  }
+
   // Calls `take(line)` for every line that ends in this block, without its LF or CR LF.
   template <typename Take>
   void Split(std::string_view block, Take take) {
+    read_ += static_cast<std::int64_t>(block.size());
     while (!block.empty()) {
       const std::size_t end = block.find('\n');
       if (end == std::string_view::npos) return Keep(block);
@@ -26,6 +34,7 @@ class LineSplitter {
         line = kept_;
       }
       ++number_;
+      end_ = read_ - static_cast<std::int64_t>(block.size());
       take(WithoutReturn(line));
       kept_.clear();
     }
@@ -40,10 +49,14 @@ class LineSplitter {
     }
     kept_.clear();
     number_ = 0;
+    read_ = end_ = 0;
   }
 
   // The number of the line that was handed over last, from 1.
   [[nodiscard]] long Number() const { return number_; }
+
+  // The number of bytes up to the end of that line.
+  [[nodiscard]] std::int64_t Offset() const { return end_; }
 
   // True while the beginning of a line waits for its end.
   [[nodiscard]] bool HasPart() const { return !kept_.empty(); }
@@ -64,6 +77,8 @@ class LineSplitter {
   const std::size_t longest_;
   std::string kept_;
   long number_ = 0;
+  std::int64_t read_ = 0;  // bytes
+  std::int64_t end_ = 0;
 };
 
 }  // namespace wkagent

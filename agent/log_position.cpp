@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "agent/change_header.h"
+#include "agent/text_lines.h"
 
 namespace wkagent {
 namespace {
@@ -13,15 +14,6 @@ constexpr std::time_t kReach = 30;  // seconds: longer than a server works on on
 // The time of a CSN, "20261121140000.123456Z#000000#000#000000".
 std::time_t TimeOf(std::string_view csn) {
   return ReadGeneralizedTime(csn.substr(0, csn.find('#')));
-}
-
-// Takes the part up to `separator` off the front; false where there is none.
-bool TakePart(std::string_view& text, char separator, std::string_view& part) {
-  const std::size_t end = text.find(separator);
-  if (end == std::string_view::npos) return false;
-  part = text.substr(0, end);
-  text.remove_prefix(end + 1);
-  return true;
 }
 
 }  // namespace
@@ -69,12 +61,13 @@ bool LogPosition::ReadText(std::string_view text, std::string_view log) {
     return false;
   }
   for (std::string_view line; TakePart(text, '\n', line);) {
+    if (line.empty()) break;  // something else follows
     std::string_view csn;
     if (!TakePart(line, ' ', csn)) return false;
     Add(csn, line);
   }
   base_ = std::max(base_, std::string(base));
-  return text.empty();  // a text that was cut off ends within a line
+  return text.empty() || text.ends_with('\n');  // a text that was cut off ends within a line
 }
 
 }  // namespace wkagent

@@ -29,8 +29,8 @@ class LogPosition {
 
   [[nodiscard]] std::string ToText(std::string_view log) const;
 
-  // Takes over a text that ToText made for the same log. False, with an empty position, for any
-  // other text.
+  // Takes over a text that ToText made for the same log, and that may go on behind an empty line.
+  // False, with an empty position, for any other text.
   [[nodiscard]] bool FromText(std::string_view text, std::string_view log);
 
  private:

@@ -92,6 +92,8 @@ int ReadOptions(int argc, char** argv, Options& options) {
       ->type_name("FILE");
   app.add_flag("--follow", options.follow,
                "Keep reading as the file grows, also after it was rotated");
+  app.add_flag("--from-start", options.fromStart,
+               "Read the feed from its beginning, whatever has been read of it before");
   app.add_flag(
       "--syslog", options.syslog,
       "Forward each kept event to the collector of /opt/mossgrove/config/syslog_config.xml");

@@ -16,6 +16,7 @@ struct Options {
   std::string feedPath;  // "-" is standard input; else absolute
   std::string caFile;    // absolute; empty for the system's certificates
   bool follow = false;
+  bool fromStart = false;
   bool syslog = false;
   bool holdAlerts = false;
   TestAlert testAlert;

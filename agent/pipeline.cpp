@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include "agent/event_codes.h"
+#include "agent/file_tracker.h"
 #include "agent/home_path.h"
+#include "agent/live_marks.h"
 #include "agent/report.h"
 #include "agent/whole_file.h"
 
@@ -28,11 +30,15 @@ Pipeline::Pipeline(std::string home, std::string feedName)
       directory_(home_),
       logins_(home_),
       lastRetry_(steady_clock::now()),
-      retryInterval_(Settings().pollSeconds) {}
+      retryInterval_(Settings().pollSeconds) {
+  directory_.BeforeArchive([this] { Checkpoint(); });
+  logins_.BeforeArchive([this] { Checkpoint(); });
+}
 
 ExitStatus Pipeline::Start() {
   if (const ExitStatus status = directory_.Start(); status != kDone) return status;
   if (const ExitStatus status = logins_.Start(); status != kDone) return status;
+  SavePosition();  // with the new live files, before there is anything in them
   record_.Started("wkagentd started, process " + std::to_string(getpid()) + ", feed " + feedName_);
   return kDone;
 }
@@ -40,26 +46,45 @@ ExitStatus Pipeline::Start() {
 void Pipeline::OnEvent(tagWKEventData& event) {
   if (Failed()) return;
   const bool login = event.EventID == kLogin || event.EventID == kLogout;
+  if (tracker_ != nullptr && tracker_->NextIsRecorded()) return Forward(event, login);
   const bool kept =
       login ? logins_.Take(event, totals_.alerts) : directory_.Take(event, totals_.alerts);
   if (Failed()) return record_.Error("wkagentd: an audit file cannot be written");
   ++(kept ? totals_.kept : totals_.dropped);
   if (kept && syslog_ != nullptr) syslog_->Forward(event, login);
   ++totals_.read;
+  if (tracker_ != nullptr) tracker_->Count();
+}
+
+// An event that an earlier process has recorded, whose line may have been lost with it.
+void Pipeline::Forward(tagWKEventData& event, bool login) {
+  const bool keeps = login ? logins_.Keeps(event) : directory_.Keeps(event);
+  if (keeps && syslog_ != nullptr) syslog_->Forward(event, login);
+  tracker_->Count();
 }
 
 void Pipeline::OnMalformed(long line, std::string_view reason) {
+  const bool reported = tracker_ != nullptr && tracker_->NextIsRecorded();
+  if (tracker_ != nullptr) tracker_->Count();
+  if (reported) return;
   ++totals_.malformed;
   std::string text = feedName_;
   if (line > 0) text.append(1, ':').append(std::to_string(line));
   Report(text.append(": ").append(reason).append("; skipped"));
 }
 
+// What failed to be written is read again after the next start.
+
+void Pipeline::OnPlace(const FeedPlace& place, std::int64_t items) {
+  if (tracker_ != nullptr && !Failed()) tracker_->OnPlace(place, items);
+}
+
+void Pipeline::OnEntryBegun(std::string_view id) {
+  if (tracker_ != nullptr && !Failed()) tracker_->OnEntryBegun(id);
+}
+
 void Pipeline::OnEntryRead(std::string_view csn, std::string_view id) {
-  // What failed to be written is read again after the next start.
-  if (Failed()) return;
-  position_.Add(csn, id);
-  positionSaved_ = false;
+  if (tracker_ != nullptr && !Failed()) tracker_->OnEntryRead(csn, id);
 }
 
 void Pipeline::OnProblem(std::string_view what) {
@@ -80,16 +105,19 @@ void Pipeline::Reload(std::string_view name) {
   }
 }
 
-void Pipeline::KeepPosition(std::string log, LogPosition position) {
-  log_ = std::move(log);
-  position_ = std::move(position);
+void Pipeline::KeepPosition(std::string log, LogPosition position, RecordedEntries recorded) {
+  tracker_ = std::make_unique<LogTracker>(std::move(log), std::move(position), std::move(recorded));
+  positionFile_ = kPositionFile;
+}
+
+void Pipeline::KeepPlace(const char* positionFile, std::string feed, const FeedPosition& start) {
+  tracker_ = std::make_unique<FileTracker>(std::move(feed), start);
+  positionFile_ = positionFile;
 }
 
 void Pipeline::Idle() {
-  directory_.Flush();
-  logins_.Flush();
+  Checkpoint();
   if (Failed()) return;
-  SavePosition();
   if (steady_clock::now() - lastRetry_ < retryInterval_) return;
   directory_.RetryArchive();
   logins_.RetryArchive();
@@ -104,7 +132,7 @@ ExitStatus Pipeline::Finish() {
     record_.Error("wkagentd stopped: an audit file cannot be written");
     return kOutputFailed;
   }
-  SavePosition();
+  if (!EndPosition()) SavePosition();
   if (const int left = directory_.RetryArchive() + logins_.RetryArchive(); left > 0) {
     Report(std::to_string(left) + " files wait in " + home_ + "/tmp to be archived");
   }
@@ -114,13 +142,39 @@ ExitStatus Pipeline::Finish() {
   return kDone;
 }
 
-// Only after the records are on their way to the disk: a position that runs ahead would lose some.
+// Puts the records on the disk, and then the position that covers them.
+void Pipeline::Checkpoint() {
+  directory_.Sync();
+  logins_.Sync();
+  if (!Failed()) SavePosition();
+}
+
+// Only after the records are on the disk: a position that runs ahead would lose some.
 void Pipeline::SavePosition() {
-  if (log_.empty() || positionSaved_) return;
-  positionSaved_ = ReplaceFile(kPositionFile, position_.ToText(log_));
-  if (std::exchange(positionFailed_, !positionSaved_) || positionSaved_) return;
-  OnProblem(InHome(home_, kPositionFile) + ": " + std::strerror(errno) +
+  if (tracker_ == nullptr) return;
+  SettlePosition();
+  LiveMarks marks;
+  marks.Add(DirectoryEvents::kLiveFile, directory_.IsClosed());
+  marks.Add(LoginEvents::kLiveFile, logins_.IsClosed());
+  const std::string text = tracker_->ToText() + marks.ToText() + kPositionEnd;
+  if (text == savedPosition_) return;
+  const bool saved = ReplaceFile(positionFile_, text);
+  if (saved) savedPosition_ = text;
+  if (std::exchange(positionFailed_, !saved) || saved) return;
+  OnProblem(InHome(home_, positionFile_) + ": " + std::strerror(errno) +
             "; after a restart some events would be written again");
+}
+
+// Removes the position where it has served. False where it is still needed.
+bool Pipeline::EndPosition() {
+  if (tracker_ == nullptr || !forgets_) return false;
+  SettlePosition();
+  return tracker_->IsSettled() && RemoveFile(positionFile_);
+}
+
+void Pipeline::SettlePosition() {
+  const std::uint64_t taken = syslog_ == nullptr ? 0 : syslog_->Taken();
+  tracker_->Settle(taken, syslog_ == nullptr ? 0 : syslog_->Settled());
 }
 
 Totals Pipeline::GetTotals() {

@@ -14,7 +14,7 @@ namespace wkagent {
 namespace {
 
 constexpr std::chrono::milliseconds kProgressInterval(500);
-constexpr std::chrono::seconds kLongestBusyTime(1);
+constexpr std::chrono::milliseconds kLongestBusyTime(500);  // a second is promised
 constexpr int kLongestWait = 250;  // milliseconds: changed files and the clock are looked at
 
 bool IsFilterFile(const std::string& name) {
@@ -50,7 +50,8 @@ ExitStatus Reader::Run() {
     if (signals_.StopWanted()) return kDone;
     TakeChangedFiles();
     const Source::State state = source_.Work(ready);
-    if (state == Source::State::kEnd) return kDone;
+    reachedEnd_ = state == Source::State::kEnd;
+    if (reachedEnd_) return kDone;
     if (state == Source::State::kFailed) return kInputMissing;
     busy = state == Source::State::kBusy;
     if (busy) ShowProgress();
@@ -102,7 +103,7 @@ void Reader::ShowProgress() {
 }
 
 // Tells the worker when nothing has come for a while, and from time to time when something always
-// comes, so that records become visible and archiving is tried again.
+// comes, so that records become visible and reach the disk, and archiving is tried again.
 void Reader::TellWhenQuiet(bool busy) {
   const auto now = Clock::now();
   if (busy) {

@@ -26,6 +26,9 @@ class Reader {
   // Returns when the source ends or fails, the worker fails, or a signal stops the agent.
   [[nodiscard]] ExitStatus Run();
 
+  // True when the source ended.
+  [[nodiscard]] bool ReachedEnd() const { return reachedEnd_; }
+
  private:
   using Clock = std::chrono::steady_clock;
 
@@ -49,6 +52,7 @@ class Reader {
   Clock::time_point lastBusy_;
   Clock::time_point lastQuiet_;  // when the worker was last told
   bool told_ = false;            // of the present quiet
+  bool reachedEnd_ = false;
 };
 
 }  // namespace wkagent

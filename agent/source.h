@@ -6,6 +6,7 @@
 
 #include "agent/exit_status.h"
 #include "agent/feed.h"
+#include "agent/feed_position.h"
 #include "agent/log_position.h"
 #include "agent/options.h"
 
@@ -13,7 +14,8 @@ namespace wkagent {
 
 // Where events come from: a file with its feed, or a directory server.
 //
-// Order of calls: Open; StartAt, where LogName is not empty; Attach; then Work, again and again.
+// Order of calls: Open; StartAt or GoOnAt, where the source keeps a position; Attach; then Work,
+// again and again.
 class Source {
  public:
   enum class State {
@@ -33,6 +35,15 @@ class Source {
 
   // Goes on where an earlier process ended.
   virtual void StartAt(const LogPosition& /*position*/) {}
+
+  // The name of the file whose position is to be kept; empty where none is.
+  [[nodiscard]] virtual std::string FileName() const { return {}; }
+
+  // Where in that file it begins.
+  [[nodiscard]] virtual FeedPosition Start() const { return {}; }
+
+  // Goes on where an earlier process ended; false where the file is not to be found again.
+  [[nodiscard]] virtual bool GoOnAt(const FeedPosition& /*position*/) { return false; }
 
   // Who takes what is read.
   virtual void Attach(FeedSink& sink) = 0;

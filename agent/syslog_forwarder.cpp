@@ -22,6 +22,14 @@ SyslogForwarder::SyslogForwarder() : line_(HostName(), getpid()) { sender_.SetSa
 void SyslogForwarder::Forward(const tagWKEventData& event, bool login) {
   // A line that is not taken is reported by the sender, which also counts it.
   (void)sender_.send(line_.Format(event, login ? "ELA" : "EDA"));
+  ++forwarded_;
+}
+
+std::uint64_t SyslogForwarder::Settled() const {
+  const WKSyslogSender::Counters counters = sender_.GetCounters();
+  // What never waited was settled at once, before lines that do wait.
+  const std::uint64_t atOnce = forwarded_ - counters.queued;
+  return counters.sent + counters.stored + counters.dropped - atOnce;
 }
 
 void SyslogForwarder::Finish() { sender_.WaitUntilEmpty(kLongestDrain); }

@@ -1,6 +1,7 @@
 #ifndef WKAGENT_AGENT_SYSLOG_FORWARDER_H
 #define WKAGENT_AGENT_SYSLOG_FORWARDER_H
 
+#include <cstdint>
 #include <string>
 
 #include <wkagent/output.h>
@@ -19,6 +20,11 @@ class SyslogForwarder {
   // Takes one event, a login or logout or else a change. It is sent, or stored to be sent later.
   void Forward(const tagWKEventData& event, bool login);
 
+  // The number of lines that wait, or have waited, for their turn, and of those the number that
+  // have been sent, stored or lost: the first ones, as their turns are in order.
+  [[nodiscard]] std::uint64_t Taken() const { return sender_.GetCounters().queued; }
+  [[nodiscard]] std::uint64_t Settled() const;
+
   // Waits a while until what was taken is sent or stored.
   void Finish();
 
@@ -28,6 +34,7 @@ class SyslogForwarder {
  private:
   WKSyslogSender sender_;
   SyslogLine line_;
+  std::uint64_t forwarded_ = 0;
 };
 
 }  // namespace wkagent

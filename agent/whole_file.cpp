@@ -1,10 +1,40 @@
 #include "agent/whole_file.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <string_view>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "core/handles.h"
+#include "core/sync_to_disk.h"
 
 namespace wkagent {
+namespace {
+
+constexpr mode_t kMode = 0640;
+
+// Writes the text and puts it on the disk.
+bool WriteFresh(const std::string& path, std::string_view text) {
+  const Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kMode));
+  if (!file.IsOpen()) return false;
+  while (!text.empty()) {
+    const ssize_t written = write(file.Get(), text.data(), text.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return fsync(file.Get()) == 0;
+}
+
+bool SyncedName(const std::string& path) {
+  const int error = SyncName(path);
+  errno = error;
+  return error == 0;
+}
+
+}  // namespace
 
 bool LoadFile(const std::string& path, std::string& text) {
   const File file(std::fopen(path.c_str(), "re"));
@@ -18,11 +48,19 @@ bool LoadFile(const std::string& path, std::string& text) {
 
 bool ReplaceFile(const std::string& path, const std::string& text) {
   const std::string fresh = path + ".new";
-  File file(std::fopen(fresh.c_str(), "we"));
-  if (file == nullptr) return false;
-  const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-  const bool closed = std::fclose(file.release()) == 0;
-  return written && closed && std::rename(fresh.c_str(), path.c_str()) == 0;
+  if (WriteFresh(fresh, text) && std::rename(fresh.c_str(), path.c_str()) == 0) {
+    return SyncedName(path);
+  }
+  const int error = errno;
+  unlink(fresh.c_str());
+  errno = error;
+  return false;
+}
+
+bool RemoveFile(const std::string& path) {
+  unlink((path + ".new").c_str());
+  if (unlink(path.c_str()) != 0) return errno == ENOENT;
+  return SyncedName(path);
 }
 
 }  // namespace wkagent

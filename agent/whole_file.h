@@ -10,9 +10,13 @@ namespace wkagent {
 // Reads the file; false, with errno set, where that fails.
 [[nodiscard]] bool LoadFile(const std::string& path, std::string& text);
 
-// Replaces the file, through one with ".new" at its name's end; false, with errno set, where that
-// fails, and the old file then stays.
+// Replaces the file, through one with ".new" at its name's end, and puts it on the disk; false,
+// with errno set, where that fails. The file then is the old or the new one.
 [[nodiscard]] bool ReplaceFile(const std::string& path, const std::string& text);
+
+// Removes the file, also from the disk, and what a broken replacement left; false, with errno set,
+// where that fails. There need not be such a file.
+[[nodiscard]] bool RemoveFile(const std::string& path);
 
 }  // namespace wkagent
 

@@ -78,6 +78,12 @@ void Worker::Take(QueueItem& item) {
     case QueueItem::Kind::kMalformed:
       pipeline_.OnMalformed(item.line, item.text);
       break;
+    case QueueItem::Kind::kPlace:
+      pipeline_.OnPlace(item.place.place, item.place.items);
+      break;
+    case QueueItem::Kind::kEntryBegun:
+      pipeline_.OnEntryBegun(item.text);
+      break;
     case QueueItem::Kind::kEntryRead:
       TakeEntryRead(pipeline_, item.text);
       break;
