@@ -1,0 +1,127 @@
+// An agent that is killed at random moments, again and again, while its feed grows and is rotated:
+// every event is in the audit files once, and with the collector at least once.
+//
+// WKAGENT_TEST_KILLS=500 kills it as often.
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <random>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "crash/crash_home.h"
+#include "support/collector.h"
+#include "support/process.h"
+#include "support/random_seed.h"
+#include "support/wait_until.h"
+
+namespace wkagent::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kBatch = 99;          // events between two kills; the last is a change
+constexpr int kKillsARotation = 7;  // of the feed
+
+int Kills() {
+  const char* const kills = std::getenv("WKAGENT_TEST_KILLS");
+  return kills == nullptr ? 30 : std::atoi(kills);
+}
+
+class RandomKills : public ::testing::Test {
+ protected:
+  RandomKills() : random_(RandomSeed()) {
+    std::ofstream("/opt/mossgrove/config/syslog_config.xml")
+        << "<syslog><host>127.0.0.1</host><port>" << nobody_.Port()
+        << "</port><protocol>TCP</protocol></syslog>";
+    home_.Write("feed", "");
+  }
+
+  void Start() { agent_.emplace(home_.Command("jsonl:", true)); }
+
+  // Lets the feed grow while the agent reads.
+  void Grow() {
+    const CrashFeed more = JsonFeed(end_, end_ + kBatch + (end_ == 0 ? 1 : 0));
+    end_ += kBatch + (end_ == 0 ? 1 : 0);
+    const std::size_t half = more.text.size() / 2;
+    home_.Append("feed", more.text.substr(0, half));
+    home_.Append("feed", more.text.substr(half));
+    const auto add = [](std::vector<std::string>& all, const std::vector<std::string>& some) {
+      all.insert(all.end(), some.begin(), some.end());
+    };
+    add(expected_.changes, more.expected.changes);
+    add(expected_.logins, more.expected.logins);
+  }
+
+  // Kills the agent once it has archived a random number of further files, or at once, and some
+  // moments later.
+  void Kill() {
+    const std::size_t files = home_.Archives() + Random(8);
+    (void)WaitUntil([&] { return home_.Archives() >= files || IsThrough() || agent_->HasEnded(); });
+    for (std::size_t i = Random(3000); i > 0; --i) std::this_thread::yield();
+    EXPECT_FALSE(agent_->HasEnded()) << agent_->Errors();
+    agent_->Signal(SIGKILL);
+    agent_->Wait();
+  }
+
+  // True when the last event of the feed is in an audit file.
+  [[nodiscard]] bool IsThrough() const {
+    return home_.LatestRecords().find(expected_.changes.back().substr(
+               0, expected_.changes.back().find('='))) != std::string::npos;
+  }
+
+  // Gives the feed's name to another file, while no agent runs.
+  void Rotate() {
+    Start();
+    ASSERT_TRUE(WaitUntil([this] { return IsThrough(); })) << agent_->Errors();
+    Kill();
+    fs::rename(home_.Path("feed"), home_.Path("feed." + std::to_string(end_)));
+    home_.Write("feed", "");
+  }
+
+  [[nodiscard]] std::size_t Random(std::size_t most) {
+    return std::uniform_int_distribution<std::size_t>(0, most)(random_);
+  }
+
+  const RefusingPort nobody_;
+  const CrashHome home_{"/opt/mossgrove/home"};
+  std::mt19937 random_;
+  std::optional<Process> agent_;
+  AuditedEvents expected_;
+  int end_ = 0;
+};
+
+TEST_F(RandomKills, UnderLoadLoseAndDoubleNoEvent) {
+  const int kills = Kills();
+  for (int kill = 1; kill <= kills; ++kill) {
+    Start();
+    Grow();
+    Kill();
+    if (kill % kKillsARotation == 0) Rotate();
+    Grow();
+  }
+  Start();
+  ASSERT_TRUE(WaitUntil([this] { return IsThrough(); })) << agent_->Errors();
+  agent_->Signal(SIGTERM);
+  EXPECT_EQ(0, agent_->Wait()) << agent_->Errors();
+  fs::remove(home_.Path("tmp/followed.position"));  // which stays, and is no remains of a crash
+  EXPECT_EQ(expected_, ReadHomes({home_.Path()}).at(home_.Path()));
+  const std::string stored = StoredLines();
+  for (const std::string& change : expected_.changes) {
+    const std::string object = change.substr(0, change.find('='));
+    ASSERT_NE(std::string::npos, stored.find('"' + object + '"')) << object;
+  }
+  std::cout << "figures: kills " << kills << " events " << end_ << " changes "
+            << expected_.changes.size() << " logins " << expected_.logins.size() << " archives "
+            << home_.Archives() << std::endl;
+}
+
+}  // namespace
+}  // namespace wkagent::test
