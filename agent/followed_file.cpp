@@ -79,7 +79,13 @@ bool FollowedFile::Open() {
   regular_ = S_ISREG(status.st_mode);
   rotated_ = false;
   head_.clear();
+  LookAtHead();
   return true;
+}
+
+// What has been appended to a short file since the last look belongs to its head as well.
+void FollowedFile::LookAtHead() {
+  if (HasMark() && head_.size() < kHeadSize) head_ = HeadOf(fd_, kHeadSize);
 }
 
 bool FollowedFile::GoOnAt(const FileMark& mark, std::int64_t offset) {
@@ -93,7 +99,8 @@ bool FollowedFile::GoOnAt(const FileMark& mark, std::int64_t offset) {
 }
 
 bool FollowedFile::SeekTo(std::int64_t offset) {
-  head_ = HeadOf(fd_, std::min(offset, std::int64_t{kHeadSize}));
+  head_.clear();
+  LookAtHead();
   return lseek(fd_.Get(), offset, SEEK_SET) == offset;
 }
 
@@ -111,7 +118,7 @@ FollowedFile::State FollowedFile::Read() {
   const ssize_t count = read(fd_.Get(), buffer_.data(), buffer_.size());
   if (count > 0) {
     filled_ = static_cast<std::size_t>(count);
-    if (head_.size() < kHeadSize) head_.append(Block().substr(0, kHeadSize - head_.size()));
+    LookAtHead();
     return State::kData;
   }
   if (count == 0) return AtEnd();
@@ -127,6 +134,7 @@ FollowedFile::State FollowedFile::AtEnd() {
   if (fstat(fd_.Get(), &status) == 0 && status.st_size < lseek(fd_.Get(), 0, SEEK_CUR)) {
     lseek(fd_.Get(), 0, SEEK_SET);
     head_.clear();
+    LookAtHead();
     return State::kReplaced;
   }
   if (!NameHasMoved()) {

@@ -56,6 +56,7 @@ class FollowedFile {
   [[nodiscard]] State AtEnd();
   [[nodiscard]] State ChangeOver();
   [[nodiscard]] bool SeekTo(std::int64_t offset);
+  void LookAtHead();
   [[nodiscard]] bool NameHasMoved() const;
 
   const std::string path_;

@@ -59,7 +59,10 @@ void Pipeline::OnEvent(tagWKEventData& event) {
 // An event that an earlier process has recorded, whose line may have been lost with it.
 void Pipeline::Forward(tagWKEventData& event, bool login) {
   const bool keeps = login ? logins_.Keeps(event) : directory_.Keeps(event);
-  if (keeps && syslog_ != nullptr) syslog_->Forward(event, login);
+  if (keeps && syslog_ != nullptr) {
+    syslog_->Forward(event, login);
+    ++forwardedAgain_;
+  }
   tracker_->Count();
 }
 
@@ -76,7 +79,10 @@ void Pipeline::OnMalformed(long line, std::string_view reason) {
 // What failed to be written is read again after the next start.
 
 void Pipeline::OnPlace(const FeedPlace& place, std::int64_t items) {
-  if (tracker_ != nullptr && !Failed()) tracker_->OnPlace(place, items);
+  if (tracker_ == nullptr || Failed()) return;
+  tracker_->OnPlace(place, items);
+  // By what is on the disk, the file must be known from any other before its events are recorded.
+  if (std::exchange(knownFile_, place.file) != place.file) Checkpoint();
 }
 
 void Pipeline::OnEntryBegun(std::string_view id) {
@@ -184,7 +190,11 @@ Totals Pipeline::GetTotals() {
 
 std::string Pipeline::Summary() {
   const std::string totals = Describe(GetTotals());
-  return syslog_ == nullptr ? totals : totals + '\n' + syslog_->Describe();
+  if (syslog_ == nullptr) return totals;
+  const std::string lines = totals + '\n' + syslog_->Describe();
+  if (forwardedAgain_ == 0) return lines;
+  return lines + "\nwkagentd: again: forwarded " + std::to_string(forwardedAgain_) +
+         " events that were recorded before the start";
 }
 
 }  // namespace wkagent

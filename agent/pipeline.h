@@ -87,7 +87,8 @@ class Pipeline : public FeedSink {
 
   [[nodiscard]] Totals GetTotals();
 
-  // The totals and what has been forwarded, a line each.
+  // The totals, what has been forwarded, and what of it an earlier process may have forwarded, a
+  // line each.
   [[nodiscard]] std::string Summary();
 
  private:
@@ -104,12 +105,14 @@ class Pipeline : public FeedSink {
   AuditStream<LoginEvents> logins_;
   Totals totals_;
   SyslogForwarder* syslog_ = nullptr;
+  std::int64_t forwardedAgain_ = 0;  // lines of events that an earlier process had recorded
   SpoolReplay* replay_ = nullptr;
   std::chrono::steady_clock::time_point lastRetry_;
   std::chrono::seconds retryInterval_;
   std::unique_ptr<PositionTracker> tracker_;  // null where no position is kept
   const char* positionFile_ = nullptr;
   std::string savedPosition_;
+  FileMark knownFile_;           // by which that position knows it
   bool positionFailed_ = false;  // which is reported once
   bool forgets_ = false;
 };

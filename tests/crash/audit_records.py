@@ -3,7 +3,7 @@
 
 usage: audit_records.py HOME...
 
-Two lines a home, "HOME EDA KEY..." and "HOME ELA KEY...", in the order of the archives and with the
+Archives that were taken out of the outbox lie in the folder "taken". Two lines a home, "HOME EDA KEY..." and "HOME ELA KEY...", in the order of the archives and with the
 live file last. A key is the changed object and the value, or the user of a login. Fails at the
 first file that is not well-formed, and at any other file of a crash that was left behind.
 """
@@ -22,10 +22,11 @@ def key(record):
 
 
 def files(home, kind):
-    outbox = os.path.join(home, "outbox")
-    for name in sorted(os.listdir(outbox)):
-        if name.startswith(kind):
-            yield os.path.join(outbox, name)
+    for folder in ("taken", "outbox"):
+        path = os.path.join(home, folder)
+        for name in sorted(os.listdir(path) if os.path.isdir(path) else []):
+            if name.startswith(kind):
+                yield os.path.join(path, name)
     live = os.path.join(home, "tmp", kind + "Live.xml")
     if os.path.exists(live):
         yield live

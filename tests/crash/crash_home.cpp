@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "integration/agent_test.h"
@@ -22,6 +23,18 @@ constexpr char kKeepLogins[] =
 
 std::string NamedIn(const std::string& unit, int number) {
   return "n" + std::to_string(number) + "." + unit + ".acme";
+}
+
+// The text of the files in a folder whose names begin so.
+std::string TextOfFiles(const std::filesystem::path& folder, const std::string& prefix) {
+  std::ostringstream text;
+  std::error_code missing;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
+    if (!entry.path().filename().string().starts_with(prefix)) continue;
+    std::ifstream file(entry.path());
+    if (file.peek() != std::ifstream::traits_type::eof()) text << file.rdbuf();  // not an empty one
+  }
+  return text.str();
 }
 
 }  // namespace
@@ -99,13 +112,7 @@ bool CrashHome::HasRecords() const {
 }
 
 std::string CrashHome::TextOf(const std::string& folder, const std::string& prefix) const {
-  std::ostringstream text;
-  for (const auto& entry : std::filesystem::directory_iterator(folder_ / folder)) {
-    if (!entry.path().filename().string().starts_with(prefix)) continue;
-    std::ifstream file(entry.path());
-    if (file.peek() != std::ifstream::traits_type::eof()) text << file.rdbuf();
-  }
-  return text.str();
+  return TextOfFiles(folder_ / folder, prefix);
 }
 
 std::size_t CrashHome::Archives() const {
@@ -114,6 +121,22 @@ std::size_t CrashHome::Archives() const {
     count += entry.path().filename().string().starts_with("E") ? 1 : 0;
   }
   return count;
+}
+
+std::size_t CrashHome::TakeArchives() {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder_ / "outbox")) {
+    names.insert(entry.path().filename().string());
+  }
+  std::filesystem::create_directory(folder_ / "taken");
+  for (const std::string& name : names) {
+    if (!name.starts_with("E")) continue;
+    std::string number = std::to_string(taken_++);
+    number.insert(0, 8 - number.size(), '0');
+    std::filesystem::rename(folder_ / "outbox" / name,
+                            folder_ / "taken" / name.substr(0, 3).append(number).append(".xml"));
+  }
+  return taken_;
 }
 
 std::string CrashHome::LatestRecords() const {
@@ -125,14 +148,7 @@ std::string CrashHome::LatestRecords() const {
   return (latest.empty() ? "" : TextOf("outbox", latest)) + TextOf("tmp", "EDALive.xml");
 }
 
-std::string StoredLines() {
-  std::ostringstream text;
-  std::error_code missing;
-  for (const auto& entry : std::filesystem::directory_iterator(kRetryStore, missing)) {
-    text << std::ifstream(entry.path()).rdbuf();
-  }
-  return text.str();
-}
+std::string StoredLines() { return TextOfFiles(kRetryStore, ""); }
 
 std::map<std::string, AuditedEvents> ReadHomes(const std::vector<std::string>& homes) {
   std::vector<std::string> command = {WKAGENT_PYTHON, "-I",

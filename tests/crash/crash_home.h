@@ -54,8 +54,11 @@ class CrashHome {
   // True when any record is in an audit file.
   [[nodiscard]] bool HasRecords() const;
 
-  // The number of archives.
+  // The number of archives in the outbox.
   [[nodiscard]] std::size_t Archives() const;
+
+  // Takes the archives away as a receiver does; the number that have been taken.
+  std::size_t TakeArchives();
 
   // The text of the live file of changes, and before it of the archive that was closed last.
   [[nodiscard]] std::string LatestRecords() const;
@@ -68,6 +71,7 @@ class CrashHome {
   [[nodiscard]] std::string TextOf(const std::string& folder, const std::string& prefix) const;
 
   std::filesystem::path folder_;
+  std::size_t taken_ = 0;
 };
 
 // Where the lines that the collector refused are stored, and the lines.

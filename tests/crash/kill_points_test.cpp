@@ -13,6 +13,7 @@
 #include "faults/fault.h"
 #include "integration/agent_test.h"
 #include "support/collector.h"
+#include "support/conservation.h"
 #include "support/process.h"
 
 namespace wkagent::test {
@@ -66,6 +67,7 @@ class KillPoints : public ::testing::TestWithParam<Point> {
   static void Finish(const CrashHome& home) {
     const Ended second = RunToEnd(home.Command(std::get<2>(GetParam()), false));
     EXPECT_EQ(0, second.status) << home.Path() << second.errors;
+    ExpectConserved(second.output);
   }
 
   // Kills at the first call, the second, and so on; `before` makes the home ready.

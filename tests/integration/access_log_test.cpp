@@ -18,6 +18,7 @@
 #include "integration/agent_test.h"
 #include "integration/ldap_client.h"
 #include "integration/slapd.h"
+#include "support/conservation.h"
 #include "support/private_root.h"
 #include "support/wait_until.h"
 
@@ -63,6 +64,7 @@ class AccessLogTest : public AgentTest {
   void StopAgent() {
     agent_->Signal(SIGTERM);
     EXPECT_EQ(0, agent_->Wait()) << agent_->Errors();
+    ExpectConserved(agent_->Output());
     messages_ += agent_->Errors();
   }
 

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/conservation.h"
 #include "support/wait_until.h"
 
 namespace wkagent::test {
@@ -155,7 +156,9 @@ std::vector<std::string> AgentTest::Command(const std::string& feed,
 }
 
 Ended AgentTest::RunAgent(const std::string& feed, std::string_view input) const {
-  return RunToEnd(Command(feed), input, "/");
+  Ended ended = RunToEnd(Command(feed), input, "/");
+  ExpectConserved(ended.output);
+  return ended;
 }
 
 Totals AgentTest::Audit(const std::string& jsonLines) const {

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include "integration/agent_test.h"
+#include "support/conservation.h"
 #include "support/wait_until.h"
 
 namespace wkagent::test {
@@ -45,6 +46,7 @@ class AgentFeed : public AgentTest {
   Totals Stop() {
     agent_->Signal(SIGTERM);
     EXPECT_EQ(0, agent_->Wait()) << agent_->Errors();
+    ExpectConserved(agent_->Output());
     const std::vector<Totals> all = TotalsIn(agent_->Output());
     EXPECT_EQ(1U, all.size());
     return all.empty() ? Totals() : all.back();
@@ -125,6 +127,22 @@ TEST_F(AgentFeed, GarbageBetweenRecordsOfAChangeLogIsReportedWithFileAndLineAndC
     EXPECT_THAT(ended.errors, HasSubstr("wkagentd: " + log_ + line));
   }
   EXPECT_THAT(Objects(), ElementsAre("one.acme", "two.acme", "four.acme"));
+}
+
+TEST_F(AgentFeed, EveryEntryIsAccountedFor) {
+  home_.Write("config/EDAFilter.xml", FilterFile({KeepAll(), DropClass("unwanted")}));
+  std::string lines;
+  for (int number = 0; number < 1300; ++number) {
+    if (number % 7 == 0) {
+      lines += "nonsense\n";
+    } else if (number % 5 == 0) {
+      lines += JsonLine(20001, {{"Class1", "unwanted"}});
+    } else {
+      lines += Numbered(number);
+    }
+  }
+  const Ended ended = RunAgent("jsonl:-", lines);
+  ExpectConserved(ended.output, 1300, static_cast<long>(Records().size()));
 }
 
 TEST_F(AgentFeed, ReportsOfMalformedEntriesHoldNoValues) {

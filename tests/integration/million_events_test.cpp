@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "integration/agent_test.h"
+#include "support/conservation.h"
 #include "support/sanitized.h"
 
 namespace wkagent::test {
@@ -63,6 +64,7 @@ TEST_F(ManyEvents, AreEachInOneFileAndTakeLittleMemory) {
   ASSERT_EQ(0, agent.Wait()) << agent.Errors().substr(0, 1000);
   const Totals totals = TotalsIn(agent.Output()).at(0);
   EXPECT_EQ(kEvents, totals.read);
+  ExpectConserved(agent.Output());
   EXPECT_EQ((kEvents + 6) / 7, totals.dropped);
   EXPECT_EQ(Expected(), Found());
   EXPECT_LT(agent.PeakMemory(), kMostMemory);

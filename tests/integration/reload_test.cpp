@@ -7,6 +7,7 @@
 #include <string>
 
 #include "integration/agent_test.h"
+#include "support/conservation.h"
 #include "support/local_time.h"
 #include "support/wait_until.h"
 
@@ -182,6 +183,7 @@ TEST_F(ReloadUnderLoad, EachEventIsDecidedByOneFilterOrTheNext) {
   }
   Stop(agent);
   const Totals totals = TotalsIn(agent.Output()).at(0);
+  ExpectConserved(agent.Output());
   EXPECT_EQ(kEvents, totals.read);
   EXPECT_EQ(kEvents, totals.kept + totals.dropped);
   std::istringstream order(KeptOrder());

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "integration/agent_test.h"
+#include "support/conservation.h"
 #include "support/wait_until.h"
 
 namespace wkagent::test {
@@ -48,6 +49,7 @@ class AgentSignals : public AgentTest {
   Totals Finish() {
     agent_->CloseInput();
     EXPECT_EQ(0, agent_->Wait()) << agent_->Errors();
+    ExpectConserved(agent_->Output());
     const std::vector<Totals> all = TotalsIn(agent_->Output());
     return all.empty() ? Totals() : all.back();
   }

@@ -9,6 +9,7 @@
 
 #include "integration/agent_test.h"
 #include "integration/slapd.h"
+#include "support/conservation.h"
 
 namespace wkagent::test {
 namespace {
@@ -57,6 +58,7 @@ class SlapdToArchive : public AgentTest {
     ASSERT_TRUE(WaitForLive("AttributeValue=\"last\"")) << agent_->Errors();
     agent_->Signal(SIGTERM);
     ASSERT_EQ(0, agent_->Wait()) << agent_->Errors();
+    ExpectConserved(agent_->Output());
     EXPECT_EQ(0, TotalsIn(agent_->Output()).at(0).malformed) << agent_->Errors();
   }
 
