@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <filesystem>
+#include <exception>
 #include <utility>
 #include <vector>
 
@@ -14,6 +14,7 @@
 
 #include "agent/home_path.h"
 #include "agent/report.h"
+#include "core/folder_names.h"
 
 namespace wkagent {
 namespace {
@@ -26,13 +27,8 @@ constexpr int kMostFailures = 5;                // one after the other: the serv
 // The names that begin with the prefix, the oldest first.
 std::vector<std::string> NamesInFolder(std::string_view prefix) {
   std::vector<std::string> names;
-  std::error_code error;
-  for (std::filesystem::directory_iterator entry(kFolder, error), end; !error && entry != end;
-       entry.increment(error)) {
-    std::string name = entry->path().filename().string();
-    if (name.starts_with(prefix)) names.push_back(std::move(name));
-  }
-  std::sort(names.begin(), names.end());
+  (void)ListFolder(kFolder, names);  // what cannot be listed now is sent later
+  std::erase_if(names, [&](const std::string& name) { return !name.starts_with(prefix); });
   return names;
 }
 
@@ -78,7 +74,11 @@ void KindReplay::SetInterval(std::chrono::seconds interval) {
 
 void KindReplay::Run() {
   do {
-    Pass();
+    try {
+      Pass();
+    } catch (const std::exception& error) {
+      Report(error.what());  // out of memory; the files wait for the next pass
+    }
   } while (WaitForTurn());
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -45,8 +46,8 @@ Fd OpenLocked(const char* path, int flags) {
   }
 }
 
-// What has been appended behind `offset`.
-std::string ReadFrom(int file, off_t offset) {
+// What has been appended behind `offset`; nothing where it cannot be read.
+std::optional<std::string> ReadFrom(int file, off_t offset) {
   std::string text;
   char block[4096];
   ssize_t count = 0;
@@ -54,6 +55,7 @@ std::string ReadFrom(int file, off_t offset) {
     text.append(block, static_cast<std::size_t>(count));
     offset += count;
   }
+  if (count < 0) return std::nullopt;
   return text;
 }
 
@@ -158,7 +160,9 @@ int SpoolReplayer::Finish(const char* path, File read) const {
   if (unchanged) return 0;
   const Fd file = OpenLocked(path, O_RDWR);
   if (!file.IsOpen()) return errno == ENOENT ? 0 : 1;
-  const std::string all = left + ReadFrom(file.Get(), seen);
+  const std::optional<std::string> appended = ReadFrom(file.Get(), seen);
+  if (!appended) return 1;
+  const std::string all = left + *appended;
   if (all.empty()) return ::unlink(path) == 0 ? 0 : 1;
   return ReplaceByRename(path, all) || Overwrite(file.Get(), all) ? 0 : 1;
 }
