@@ -4,7 +4,6 @@
 #include <system_error>
 #include <utility>
 
-#include <poll.h>
 #include <sys/eventfd.h>
 
 #include "agent/directory_connection.h"
@@ -28,12 +27,8 @@ DirectoryAttempt::DirectoryAttempt(const tagLDAPConfig& config, std::string caFi
 
 void DirectoryAttempt::Run() {
   outcome_.ldap = ConnectDirectory(config_, caFile_, outcome_.encrypted, outcome_.error);
+  isDone_ = true;
   eventfd_write(done_.Get(), 1);
-}
-
-bool DirectoryAttempt::IsDone() const {
-  pollfd event = {done_.Get(), POLLIN, 0};
-  return poll(&event, 1, 0) > 0;
 }
 
 DirectoryAttempt::Outcome DirectoryAttempt::Take() { return std::move(outcome_); }

@@ -1,6 +1,7 @@
 #ifndef WKAGENT_AGENT_DIRECTORY_ATTEMPT_H
 #define WKAGENT_AGENT_DIRECTORY_ATTEMPT_H
 
+#include <atomic>
 #include <string>
 
 #include <wkagent/config.h>
@@ -27,7 +28,7 @@ class DirectoryAttempt {
   // A descriptor that can be read once the attempt is over.
   [[nodiscard]] int WaitFd() const { return done_.Get(); }
 
-  [[nodiscard]] bool IsDone() const;
+  [[nodiscard]] bool IsDone() const { return isDone_; }
 
   // What came of it, once, when it is done.
   [[nodiscard]] Outcome Take();
@@ -37,8 +38,9 @@ class DirectoryAttempt {
 
   const tagLDAPConfig config_;
   const std::string caFile_;
-  Outcome outcome_;  // the thread's, until `done_` tells
-  const Fd done_;
+  Outcome outcome_;  // the thread's, until it sets the next
+  std::atomic<bool> isDone_ = false;
+  const Fd done_;               // tells who waits
   InterruptibleThread thread_;  // the last member: it uses the others
 };
 
