@@ -16,6 +16,8 @@
 #include <unistd.h>
 
 #include "core/bounded_copy.h"
+#include "core/commands.h"
+#include "core/own_file.h"
 #include "core/shell_command.h"
 
 namespace wkagent {
@@ -35,7 +37,7 @@ bool WriteWhole(int file, std::string_view data) {
 // opened anew. Not open, with errno set, where that fails.
 Fd OpenLocked(const char* path, int flags) {
   for (;;) {
-    Fd file(::open(path, flags | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, kMode));
+    Fd file = OpenOwnFile(path, flags, kMode);
     // A file system without locks is no reason not to spool.
     if (!file.IsOpen() || ::flock(file.Get(), LOCK_EX) != 0) return file;
     struct stat opened {};
@@ -61,9 +63,9 @@ std::optional<std::string> ReadFrom(int file, off_t offset) {
 
 bool ReplaceByRename(const char* path, std::string_view data) {
   const std::string fresh = std::string(path) + ".new";
+  if (!RemoveFormer(fresh.c_str())) return false;
   {
-    const Fd file(
-        ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kMode));
+    const Fd file = OpenOwnFile(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL, kMode);
     if (!file.IsOpen()) return false;
     if (!WriteWhole(file.Get(), data)) {
       ::unlink(fresh.c_str());
@@ -135,6 +137,7 @@ bool CouldNotRead(WKAlert& owner, std::FILE* file) {
 }
 
 int RemoveSpool(const char* path) {
+  if (CommandsAreForbidden()) return DeleteFile(path);
   return RunOnPath((std::string("rm -f ") + path).c_str(), "rm", path);
 }
 

@@ -238,6 +238,17 @@ class WKAGENT_EXPORT WKStatusFile : public WKLogStatus {
   char timeStamp[64];
 };
 
+// WKCommands says whether the library may run commands: `touch` for a marker file, `rm` for a spool
+// file that was sent. It may, unless the host forbids it, as one must that is confined to a set of
+// system calls or to a folder without a shell. It owns nothing; any thread may call.
+class WKAGENT_EXPORT WKCommands {
+ public:
+  // Off unless called with true: then the library does itself, in the whole process, what the
+  // commands would do, with the same results: 0, or 256, which is the exit status 1 as system(3)
+  // has it. A marker is then created with mode 0640, and neither links nor pipes are touched.
+  static void SetForbidden(bool on);
+};
+
 // WKAlert is the base of the alert senders. It owns its two texts; one thread at a time may use an
 // object.
 class WKAGENT_EXPORT WKAlert : public WKLogStatus {
