@@ -5,11 +5,13 @@
 
 #include <unistd.h>
 
-#include "core/handles.h"
+#include "core/own_file.h"
 #include "output/line_reader.h"
 
 namespace wkagent {
 namespace {
+
+constexpr mode_t kMode = 0640;
 
 // Puts the lines of whole records together, in which nothing is missing.
 class RecordSieve {
@@ -59,9 +61,10 @@ bool CopyRecords(std::FILE* from, std::FILE* to, const AuditFrame& frame) {
 
 bool KeepWholeRecords(const std::string& path, const AuditFrame& frame) {
   const std::string fresh = path + ".repaired";
+  if (!RemoveFormer(fresh.c_str())) return false;
   {
-    const File from(std::fopen(path.c_str(), "re"));
-    const File to(std::fopen(fresh.c_str(), "we"));
+    const File from = OpenOwnStream(path.c_str(), O_RDONLY, "r");
+    const File to = OpenOwnStream(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL, "w", kMode);
     if (from == nullptr || to == nullptr) return false;
     // What is renamed over the only copy of the records has to be there.
     const bool copied = CopyRecords(from.get(), to.get(), frame) && fsync(fileno(to.get())) == 0;

@@ -7,13 +7,15 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "core/handles.h"
+#include "core/own_file.h"
 
 namespace wkagent {
 namespace {
 
 // libxml2 hands over its text once there is this much of it. With less it has been told to flush.
 constexpr int kFullBuffer = 4000;
+
+constexpr mode_t kMode = 0640;  // for the agent's group at most
 
 // Gathers text into blocks, as a write of a few KiB costs mostly the call.
 class LiveFile {
@@ -80,8 +82,10 @@ int CloseFile(void* context) {
 
 void SyncText(xmlOutputBuffer* textBuffer) { static_cast<LiveFile*>(textBuffer->context)->Sync(); }
 
-xmlTextWriter* NewFileWriter(const char* path, int* error, xmlOutputBuffer** textBuffer) {
-  Fd fd(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+xmlTextWriter* NewFileWriter(const char* path, int* error, xmlOutputBuffer** textBuffer,
+                             bool fresh) {
+  Fd fd = fresh ? OpenOwnFile(path, O_WRONLY | O_CREAT | O_EXCL, kMode)
+                : Fd(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
   if (!fd.IsOpen()) return nullptr;
   *error = 0;
   auto file = std::make_unique<LiveFile>(std::move(fd), error);

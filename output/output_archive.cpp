@@ -10,6 +10,7 @@
 #include <wkagent/output.h>
 
 #include "core/bounded_copy.h"
+#include "core/own_file.h"
 #include "core/sync_to_disk.h"
 #include "core/time_stamp.h"
 #include "output/output_state.h"
@@ -27,6 +28,11 @@ std::string StampNow() { return wkagent::FormatTimeStamp(std::time(nullptr)).dat
 // Archives or removes what stands under the live name. False when it must stay, so that no new
 // document may be begun.
 bool WKOutputFile::ClearLiveFile() {
+  if (state_->safe && !wkagent::IsOwnFileOrNothing(fileName)) {
+    wkagent::FormatBounded(errorText, "Not a file, or a link: %s", fileName);
+    Report();
+    return false;
+  }
   if (state_->safe) RetryArchive();
   struct stat status {};
   if (stat(fileName, &status) != 0) return true;

@@ -61,7 +61,7 @@ int WKOutputFile::OpenFile() {
   state_->sync.Clear();
   if (!cleared) return 1;
 
-  writer = wkagent::NewFileWriter(fileName, &state_->writeError, &state_->buffer);
+  writer = wkagent::NewFileWriter(fileName, &state_->writeError, &state_->buffer, state_->safe);
   state_->fileWriter = writer;
   if (writer == nullptr) {
     wkagent::FormatBounded(errorText, "xmlNewTextWriterFilename failed to open file %s", fileName);

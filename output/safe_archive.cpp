@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "core/folder_names.h"
+#include "core/own_file.h"
 
 namespace wkagent {
 namespace {
@@ -87,7 +88,8 @@ std::vector<std::string> FilesSetAside(const std::string& liveFile) {
   std::vector<std::string> files;
   for (const std::string& name : names) {
     if (name.starts_with(prefix) &&
-        IsNameOfSetAside(std::string_view(name).substr(prefix.size()))) {
+        IsNameOfSetAside(std::string_view(name).substr(prefix.size())) &&
+        IsOwnFileOrNothing((folder + "/" + name).c_str())) {
       files.push_back(liveFile + name.substr(prefix.size() - 1));
     }
   }

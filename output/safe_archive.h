@@ -36,7 +36,8 @@ struct Move {
 // Moves the live file aside.
 [[nodiscard]] Move SetAside(const std::string& liveFile, const std::string& stamp);
 
-// The paths of what was set aside for a live file, oldest first.
+// The paths of what was set aside for a live file, oldest first. Links and what is no file are left
+// alone: somebody else put them there.
 [[nodiscard]] std::vector<std::string> FilesSetAside(const std::string& liveFile);
 
 // The stamp in the name of a file that was set aside.

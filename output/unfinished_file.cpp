@@ -7,7 +7,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include "core/handles.h"
+#include "core/own_file.h"
 #include "output/audit_frame.h"
 #include "output/damaged_file.h"
 #include "output/line_reader.h"
@@ -66,19 +66,20 @@ Look LookAt(std::FILE* file, const AuditFrame& frame, const std::string& rootEle
 
 // Cuts the file after its last record and adds the end of the document.
 bool CutAndComplete(const std::string& path, off_t end, const AuditFrame& frame) {
-  if (truncate(path.c_str(), end) != 0) return false;
+  const File appended = OpenOwnStream(path.c_str(), O_WRONLY | O_APPEND, "a");
+  if (appended == nullptr || ftruncate(fileno(appended.get()), end) != 0) return false;
   if (end == 0) return true;
-  const File appended(std::fopen(path.c_str(), "ae"));
-  if (appended == nullptr) return false;
   return std::fputs(frame.tail.c_str(), appended.get()) >= 0 && std::fflush(appended.get()) == 0;
 }
+
+File OpenForReading(const std::string& path) { return OpenOwnStream(path.c_str(), O_RDONLY, "r"); }
 
 }  // namespace
 
 Completion CompleteFile(const std::string& path, const std::string& rootElement,
                         const std::string& groupElement) {
   const AuditFrame frame(rootElement, groupElement);
-  const File file(std::fopen(path.c_str(), "re"));
+  const File file = OpenForReading(path);
   if (file == nullptr) return Completion::kFailed;
   const Look look = LookAt(file.get(), frame, rootElement);
   const std::optional<Scan> scan = ScanRecords(file.get());
@@ -96,12 +97,12 @@ bool IsEmptyDocument(const std::string& path, const std::string& rootElement,
                      const std::string& groupElement) {
   const std::string document =
       AuditFrame(rootElement, groupElement).head + "/>\n</" + rootElement + ">\n";
-  const File file(std::fopen(path.c_str(), "re"));
+  const File file = OpenForReading(path);
   return file != nullptr && ReadAt(file.get(), 0, document.size() + 1) == document;
 }
 
 bool MayHoldRecord(const std::string& path) {
-  const File file(std::fopen(path.c_str(), "re"));
+  const File file = OpenForReading(path);
   if (file == nullptr) return true;
   const std::optional<Scan> scan = ScanRecords(file.get());
   return !scan || scan->end > 0;

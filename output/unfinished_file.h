@@ -15,7 +15,8 @@ enum class Completion { kWasComplete, kCompleted, kRepaired, kFailed };
 // any whole record becomes empty. What does not begin as such a file does is left as it is.
 //
 // A file with zero bytes in it, which a power failure leaves, keeps the whole records on both sides
-// of them, also where its beginning or its end is lost.
+// of them, also where its beginning or its end is lost. A link, a file with a second name and what
+// is no file are not touched: that fails.
 [[nodiscard]] Completion CompleteFile(const std::string& path, const std::string& rootElement,
                                       const std::string& groupElement);
 

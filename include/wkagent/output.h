@@ -96,7 +96,9 @@ class WKAGENT_EXPORT WKOutputFile : public WKLogStatus {
   // left by an earlier process, and OpenFile and RetryArchive try again; OpenFile fails rather than
   // overwrite records; a file is removed when it holds no record and kept when it does, whatever
   // its size; and a file that its writer could not complete is cut after its last whole record and
-  // completed, and loses what a power failure filled with zero bytes.
+  // completed, and loses what a power failure filled with zero bytes. A live file then has the mode
+  // 0640, whatever the umask, and what others have put in its way stays as it is: links, files with
+  // a second name, and what is no file at all.
   void SetSafeArchive(bool safe);
 
   // Tries again to archive what was set aside, oldest first. Returns the number of files that are
