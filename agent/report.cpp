@@ -1,6 +1,7 @@
 #include "agent/report.h"
 
 #include <cstdio>
+#include <string>
 
 #include <wkagent/mutex.h>
 
@@ -12,12 +13,28 @@ bool progressShown WKAGENT_GUARDED_BY(mutex) = false;
 
 constexpr char kEraseLine[] = "\r\x1b[K";
 
+// Names and servers' words may hold what a terminal would obey.
+std::string Harmless(std::string_view text) {
+  std::string harmless;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if ((byte >= 0x20 && byte != 0x7f) || c == '\n' || c == '\t') {
+      harmless += c;
+      continue;
+    }
+    char escape[8];
+    std::snprintf(escape, sizeof(escape), "\\x%02x", byte);
+    harmless += escape;
+  }
+  return harmless;
+}
+
 }  // namespace
 
 void Report(std::string_view text) {
+  const std::string line = Harmless(text);
   const MutexLock lock(mutex);
-  std::fprintf(stderr, "%swkagentd: %.*s\n", progressShown ? kEraseLine : "",
-               static_cast<int>(text.size()), text.data());
+  std::fprintf(stderr, "%swkagentd: %s\n", progressShown ? kEraseLine : "", line.c_str());
   progressShown = false;
 }
 

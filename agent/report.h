@@ -6,7 +6,8 @@
 
 namespace wkagent {
 
-// Prints one line for the operator on standard error, "wkagentd: TEXT".
+// Prints one line for the operator on standard error, "wkagentd: TEXT". Control characters but tab
+// and line feed are printed as "\x1b".
 void Report(std::string_view text);
 
 // The same for the library's messages: a callback for WKLogStatus::InitializeLogMessage.

@@ -26,6 +26,13 @@ TEST(Report, PrintsOnlyThePartThatIsGiven) {
   EXPECT_EQ("wkagentd: one\n", Printed([] { Report(std::string_view("one two").substr(0, 3)); }));
 }
 
+TEST(Report, PrintsControlCharactersAsTheirNumbers) {
+  EXPECT_EQ("wkagentd: \\x1b[2Jname\\x07\\x7f\\x00\\x0d\ttext\xc3\xa4\n", Printed([] {
+              using std::string_literals::operator""s;
+              Report("\x1b[2Jname\a\x7f\0\r\ttext\xc3\xa4"s);
+            }));
+}
+
 TEST(Report, TakesTheLineEndsOffTheLibrarysMessages) {
   EXPECT_EQ("wkagentd: Rename error\n",
             Printed([] { ReportLibraryMessage(1, Text("Rename error\n\n"), Text("")); }));
