@@ -44,6 +44,19 @@ std::string AdviceFor(int code) {
   return found == std::end(kAdvice) ? std::string() : std::string("; ") + found->text;
 }
 
+void WipePassword(tagLDAPConfig& config) {
+  explicit_bzero(config.Password, sizeof(config.Password));
+}
+
+// Where the settings could not be read. What the parser says about a place may quote what stands
+// there, which may be the password.
+std::string WithoutParserWords(const std::string& error, const std::string& path) {
+  const std::size_t line = path.size() + 1;
+  const std::size_t end = error.find_first_not_of("0123456789", line);
+  if (end == std::string::npos || end <= line) return error;
+  return error.substr(0, end) + ": no well-formed XML; --check-config tells more";
+}
+
 bool IsLocal(const tagLDAPConfig& config) {
   const std::string_view host = BoundedView(config.Server);
   return host == "localhost" || host.starts_with("127.") || host == "::1";
@@ -56,6 +69,8 @@ AccessLogSource::AccessLogSource(std::string settingsPath, std::string caFile)
       caFile_(std::move(caFile)),
       nextAttempt_(Clock::now()),
       pause_(kFirstPause) {}
+
+AccessLogSource::~AccessLogSource() { WipePassword(config_); }
 
 ExitStatus AccessLogSource::Open() {
   if (access(settingsPath_.c_str(), R_OK) != 0) {
@@ -73,7 +88,7 @@ std::string AccessLogSource::ReadSettings(tagLDAPConfig& config) const {
   WKLdapConfig reader;
   reader.InitializeLogMessage(IgnoreLibraryMessage);  // the reason is reported by the caller
   if (reader.ReadFile(const_cast<char*>(settingsPath_.c_str()), config) != 0) {
-    return reader.GetReadError();
+    return WithoutParserWords(reader.GetReadError(), settingsPath_);
   }
   if (config.Server[0] == '\0') {
     return settingsPath_ + ": LDAPServer is missing: it names the directory server";
@@ -201,14 +216,16 @@ void AccessLogSource::Disconnect(const std::string& reason) {
 void AccessLogSource::ReloadSettings() {
   tagLDAPConfig config{};
   const std::string error = ReadSettings(config);
+  const bool sameServer = ServerName(config) == ServerName(config_);
+  if (error.empty() && sameServer) config_ = config;
+  WipePassword(config);
   if (!error.empty()) {
     return sink_->OnProblem(error + "; the settings read before stay in force");
   }
-  if (ServerName(config) != ServerName(config_)) {
+  if (!sameServer) {
     return sink_->OnProblem(settingsPath_ + ": another server is taken after the next start");
   }
   Report(settingsPath_ + ": read again");
-  config_ = config;
   attempt_.reset();
   search_.reset();
   ldap_.reset();

@@ -25,6 +25,11 @@ class AccessLogSource : public Source {
   // `settingsPath` and `caFile` (empty: the system's certificates) are absolute.
   AccessLogSource(std::string settingsPath, std::string caFile);
 
+  ~AccessLogSource() override;
+
+  AccessLogSource(const AccessLogSource&) = delete;
+  AccessLogSource& operator=(const AccessLogSource&) = delete;
+
   [[nodiscard]] ExitStatus Open() override;
   [[nodiscard]] std::string LogName() const override;
   void StartAt(const LogPosition& position) override;

@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <cstring>
 
 #include <wkagent/config.h>
 
@@ -66,7 +67,8 @@ WKDaemonSettings::WKDaemonSettings()
       persistentMount(false),
       workspaceGuid{} {}
 
-WKDaemonSettings::~WKDaemonSettings() = default;
+// The GUID is a key.
+WKDaemonSettings::~WKDaemonSettings() { explicit_bzero(workspaceGuid, sizeof(workspaceGuid)); }
 
 int WKDaemonSettings::Read() {
   char path[] = "../config/DaemonSettings.xml";

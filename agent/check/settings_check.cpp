@@ -9,6 +9,7 @@
 #include "agent/check/xml_element.h"
 #include "config/xml_values.h"
 #include "config/xml_walk.h"
+#include "core/bounded_copy.h"
 
 namespace wkagent {
 namespace {
@@ -100,6 +101,8 @@ void CheckDaemonSettings(CheckReport& report) {
   WKDaemonSettings settings;
   if (!ReadForCheck(settings, ParserWords::kQuoted, report)) return;
   settings.ReadDaemonTags(settings.GetXMLRootNode());
+  // It is the key of other settings.
+  if (settings.workspaceGuid[0] != '\0') CopyBounded(settings.workspaceGuid, "(set)");
   settings.Print();
   CheckDocument(settings, kDaemonSettingsRules, report);
   LoggingCheck check(settings, report);
