@@ -15,6 +15,7 @@
 #include "agent/home_path.h"
 #include "agent/report.h"
 #include "core/folder_names.h"
+#include "core/own_file.h"
 
 namespace wkagent {
 namespace {
@@ -36,7 +37,7 @@ std::vector<std::string> NamesInFolder(std::string_view prefix) {
 // not waited for.
 bool IsFinished(const std::string& path) {
   struct stat status {};
-  if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  if (lstat(path.c_str(), &status) != 0 || !IsOwnFile(status)) return false;
   const std::time_t now = std::time(nullptr);
   return status.st_mtime < now || status.st_mtime > now + 1;
 }
@@ -95,7 +96,9 @@ void KindReplay::Pass() {
   for (const std::string& name : NamesInFolder(kind_.prefix)) {
     if (stop_ || failures == kMostFailures) return;
     if (!IsSpoolName(kind_, name)) {
-      ReportStranger(name);
+      if (!name.ends_with(".txt.new")) ReportStranger(name, "not the name of a spool file");
+    } else if (!IsOwnFileOrNothing((kFolder + name).c_str())) {
+      ReportStranger(name, "a link, or no file");
     } else if (!MustWait(name) && IsFinished(kFolder + name)) {
       failures = Sends(name) ? 0 : failures + 1;
     }
@@ -112,10 +115,9 @@ bool KindReplay::FolderTakesChanges() {
   return takes;
 }
 
-void KindReplay::ReportStranger(const std::string& name) {
-  if (name.ends_with(".txt.new") || reported_.size() >= kLongestReported) return;
-  if (!reported_.insert(name).second) return;
-  Report(InHome(home_, kFolder + name) + ": not the name of a spool file; left alone");
+void KindReplay::ReportStranger(const std::string& name, const char* what) {
+  if (reported_.size() >= kLongestReported || !reported_.insert(name).second) return;
+  Report(InHome(home_, kFolder + name) + ": " + what + "; left alone");
 }
 
 bool KindReplay::MustWait(const std::string& name) const {

@@ -50,7 +50,7 @@ class KindReplay {
   void Run();
   void Pass();
   [[nodiscard]] bool FolderTakesChanges();
-  void ReportStranger(const std::string& name);
+  void ReportStranger(const std::string& name, const char* what);
   [[nodiscard]] bool MustWait(const std::string& name) const;
   [[nodiscard]] bool Sends(const std::string& name);
   void NoteFailure(const std::string& name);

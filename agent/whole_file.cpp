@@ -7,7 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "core/handles.h"
+#include "core/own_file.h"
 #include "core/sync_to_disk.h"
 
 namespace wkagent {
@@ -17,7 +17,8 @@ constexpr mode_t kMode = 0640;
 
 // Writes the text and puts it on the disk.
 bool WriteFresh(const std::string& path, std::string_view text) {
-  const Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kMode));
+  if (!RemoveFormer(path.c_str())) return false;
+  const Fd file = OpenOwnFile(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, kMode);
   if (!file.IsOpen()) return false;
   while (!text.empty()) {
     const ssize_t written = write(file.Get(), text.data(), text.size());
@@ -37,7 +38,7 @@ bool SyncedName(const std::string& path) {
 }  // namespace
 
 bool LoadFile(const std::string& path, std::string& text) {
-  const File file(std::fopen(path.c_str(), "re"));
+  const File file = OpenOwnStream(path.c_str(), O_RDONLY, "r");
   if (file == nullptr) return false;
   text.clear();
   char block[4096];

@@ -34,9 +34,7 @@ void PrintTotals(Pipeline& pipeline) {
 }
 
 Worker::Worker(EventQueue& queue, Pipeline& pipeline)
-    : queue_(queue), pipeline_(pipeline), thread_([this] { Run(); }) {
-  pthread_setname_np(thread_.native_handle(), "wk-worker");
-}
+    : queue_(queue), pipeline_(pipeline), thread_([this] { Run(); }) {}
 
 Worker::~Worker() { Join(); }
 
@@ -55,6 +53,7 @@ void Worker::Join() {
 }
 
 void Worker::Run() {
+  pthread_setname_np(pthread_self(), "wk-worker");
   QueueItem item{};
   do {
     queue_.Pop(item);
