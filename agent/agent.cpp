@@ -1,21 +1,16 @@
 #include "agent/agent.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "agent/audit_stream.h"
 #include "agent/check/syslog_check.h"
 #include "agent/config_watch.h"
+#include "agent/enter_home.h"
 #include "agent/event_queue.h"
 #include "agent/home_path.h"
 #include "agent/pipeline.h"
@@ -31,34 +26,6 @@
 
 namespace wkagent {
 namespace {
-
-// Enters the home's bin folder and takes the home's lock, which lasts as long as `lock`.
-ExitStatus EnterHome(const std::string& home, Fd& lock) {
-  for (const char* folder : {"bin", "config", "tmp"}) {
-    const std::string path = home + "/" + folder;
-    struct stat status {};
-    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) continue;
-    Report(path + ": there is no such folder; a home holds bin, config, outbox and tmp");
-    return kBadConfiguration;
-  }
-  if (chdir((home + "/bin").c_str()) != 0) {
-    Report(home + "/bin: " + std::strerror(errno));
-    return kBadConfiguration;
-  }
-  umask(027);  // audit files are for the agent's group at most
-  lock.Reset(open("../tmp/wkagentd.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0640));
-  if (lock.IsOpen() && flock(lock.Get(), LOCK_EX | LOCK_NB) == 0) return kDone;
-  Report(home + "/tmp/wkagentd.lock: " +
-         (errno == EWOULDBLOCK ? "another wkagentd works in this home" : std::strerror(errno)));
-  return kOutputFailed;
-}
-
-std::string AbsoluteHome(const std::string& home) {
-  std::error_code error;
-  std::string path = std::filesystem::absolute(home, error).lexically_normal();
-  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-  return path;
-}
 
 // Begins to forward to the remote syslog. Settings that are missing leave the library's defaults,
 // which it reports; wrong ones must not send audit lines to the wrong place.
@@ -81,7 +48,10 @@ ExitStatus RunAgent(const Options& options) {
   if (const ExitStatus status = source->Open(); status != kDone) return status;
   const std::string home = AbsoluteHome(options.home);
   Fd lock;
-  if (const ExitStatus status = EnterHome(home, lock); status != kDone) return status;
+  if (const ExitStatus status = EnterHome(home, options, source->SettingsPath(), lock);
+      status != kDone) {
+    return status;
+  }
 
   ConfigWatch watch({DirectoryEvents::kFilterFile, LoginEvents::kFilterFile, kDaemonSettingsFile,
                      kMemorySettingsFile, ConfigWatch::NameInHome(source->SettingsPath())});

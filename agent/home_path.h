@@ -6,6 +6,11 @@
 
 namespace wkagent {
 
+// The files of the home's config folder that the agent reads.
+inline constexpr const char* kSettingsFiles[] = {"EDAFilter.xml",      "ELAFilter.xml",
+                                                 "DaemonSettings.xml", "WKMemorySettings.xml",
+                                                 "SMTPSettings.cfg",   "SNMPSettings.cfg"};
+
 // For messages: the path in the home that the library knows as "../...", seen from the home's bin
 // folder.
 [[nodiscard]] inline std::string InHome(const std::string& home, std::string_view path) {

@@ -5,11 +5,13 @@
 #include "agent/check/syslog_check.h"
 #include "agent/exit_status.h"
 #include "agent/options.h"
+#include "agent/private_memory.h"
 #include "agent/report.h"
 #include "agent/test_alert.h"
 
 int main(int argc, char** argv) {
   try {
+    wkagent::KeepMemoryPrivate();
     wkagent::Options options;
     const int status = wkagent::ReadOptions(argc, argv, options);
     if (status >= 0) return status;

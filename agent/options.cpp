@@ -99,6 +99,11 @@ int ReadOptions(int argc, char** argv, Options& options) {
       "Forward each kept event to the collector of /opt/mossgrove/config/syslog_config.xml");
   app.add_flag("--hold-alerts", options.holdAlerts,
                "Spool alerts in the home's tmp folder, but do not send them");
+  app.add_option("--user", options.user,
+                 "User to become once the feed is open; default: the one who starts the agent")
+      ->type_name("NAME[:GROUP]");
+  app.add_flag("!--no-sandbox", options.sandbox,
+               "Allow every system call, to find out whether the sandbox is in the way");
   app.add_flag("--check-config", options.checkConfig,
                "Check the files of the home's config folder, and do nothing else");
   std::vector<std::string> testAlert;

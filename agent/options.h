@@ -19,6 +19,8 @@ struct Options {
   bool fromStart = false;
   bool syslog = false;
   bool holdAlerts = false;
+  std::string user;  // "NAME" or "NAME:GROUP" to become; empty to stay
+  bool sandbox = true;
   TestAlert testAlert;
   bool checkConfig = false;  // then there may be no feed
 };

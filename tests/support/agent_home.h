@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace wkagent::test {
 
 // A fresh agent home with bin, config, outbox and tmp; the process works in its bin until the
@@ -17,6 +19,7 @@ namespace wkagent::test {
 class AgentHome {
  public:
   AgentHome() : before_(std::filesystem::current_path()) {
+    umask(022);  // the agent does not work where others may write
     std::string name = (std::filesystem::temp_directory_path() / "wkagent-home-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp");
     root_ = name;

@@ -43,9 +43,11 @@ inline void RequireMounted(int result, const std::string& what) {
   if (result != 0) throw std::system_error(errno, std::generic_category(), "mount " + what);
 }
 
-// Mounts an empty file system; options as of mount(8): "size=16k", "nr_inodes=4".
+// Mounts an empty file system, to which its owner alone may write; options as of mount(8):
+// "size=16k", "nr_inodes=4".
 inline void MountTmpfs(const std::string& path, const std::string& options) {
-  RequireMounted(mount("tmpfs", path.c_str(), "tmpfs", 0, options.c_str()), "tmpfs on " + path);
+  const std::string all = "mode=755," + options;
+  RequireMounted(mount("tmpfs", path.c_str(), "tmpfs", 0, all.c_str()), "tmpfs on " + path);
 }
 
 // Makes a folder and what is in it read-only, for root as well.
