@@ -11,7 +11,7 @@
 
 #include <wkagent/syslog.h>
 
-#include "core/handles.h"
+#include "core/own_file.h"
 #include "core/time_stamp.h"
 #include "syslog/append_file.h"
 #include "syslog/diagnostic_log.h"
@@ -31,6 +31,17 @@ std::string BatchPath(int counter) {
   std::strftime(stamp, sizeof(stamp), "%Y%m%d_%H%M%S", &now);
   return std::string(WKSyslogRetryHandler::RETRY_DIRECTORY) + '/' + wkagent::kBatchFilePrefix +
          stamp + '_' + std::to_string(::getpid()) + '_' + std::to_string(counter) + ".log";
+}
+
+// With `ownOnly` a file that is nobody else's, and of kFileMode whatever the umask.
+wkagent::Fd OpenNext(const char* path, bool ownOnly) {
+  return ownOnly ? wkagent::OpenOwnFile(path, O_WRONLY | O_APPEND | O_CREAT, kFileMode)
+                 : wkagent::OpenForAppending(path, kFileMode);
+}
+
+// Whether somebody has put a link, a second name or no file under the name.
+bool IsTaken(int error) {
+  return error == ELOOP || error == EMLINK || error == EISDIR || error == ENXIO || error == EINVAL;
 }
 
 // Writes all of the text, unless that fails; the number of bytes that were written.
@@ -114,7 +125,8 @@ bool WKSyslogRetryHandler::OpenBatchFile() {
     ++batchCounter;
     linesInBatch = 0;
     currentBatchPath = BatchPath(batchCounter);
-    wkagent::Fd file = wkagent::OpenForAppending(currentBatchPath.c_str(), kFileMode);
+    wkagent::Fd file = OpenNext(currentBatchPath.c_str(), retryCurrentFile_);
+    if (!file.IsOpen() && IsTaken(errno)) continue;
     if (!file.IsOpen()) return false;
     if (!wkagent::LockBatchFile(file.Get())) continue;
     struct stat status {};

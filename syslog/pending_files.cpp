@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "core/folder_names.h"
-#include "core/handles.h"
+#include "core/own_file.h"
 #include "syslog/append_file.h"
 
 namespace wkagent {
@@ -28,9 +28,10 @@ bool LockBatchFile(int file) {
   return ::fstat(file, &status) == 0 && status.st_nlink > 0;
 }
 
-PendingFile::PendingFile(const std::string& path) : path_(path) {
+PendingFile::PendingFile(const std::string& path, bool ownOnly) : path_(path) {
   // A pipe that somebody put there must not hold the pass up.
-  Fd file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  Fd file = ownOnly ? OpenOwnFile(path_.c_str(), O_RDONLY)
+                    : Fd(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!file.IsOpen()) {
     busy_ = errno == ENOENT;
     return;

@@ -23,7 +23,8 @@ inline constexpr char kBatchFilePrefix[] = "nsa_batch_";
 // A batch file that is being sent, locked as long as it exists.
 class PendingFile {
  public:
-  explicit PendingFile(const std::string& path);
+  // With `ownOnly` a link, or a file with a second name, is not opened.
+  explicit PendingFile(const std::string& path, bool ownOnly = false);
 
   [[nodiscard]] bool IsOpen() const { return buffer_ != nullptr; }
 

@@ -141,7 +141,7 @@ void WKSyslogRetryHandler::SendPendingFiles(bool untilStopped) {
 // Sends a file and removes it. False when the pass is to end: a line was refused, or the thread is
 // to stop.
 bool WKSyslogRetryHandler::SendFile(const std::string& path, bool untilStopped) {
-  wkagent::PendingFile file(path);
+  wkagent::PendingFile file(path, retryCurrentFile_);
   if (!file.IsOpen()) {
     if (!file.IsBusy()) wkagent::retryLog.Report("Failed to open retry file: ", path);
     return true;

@@ -119,9 +119,10 @@ class WKAGENT_EXPORT WKSyslogRetryHandler {
   void shutdown();
 
   // Off unless called with true: then a pass also takes the file that this handler opened last,
-  // which otherwise waits until it is full or the process ends; and a pass that a save waits for
-  // ends after the file that it is sending, or after five seconds amid it, so that a slow collector
-  // does not hold up the host.
+  // which otherwise waits until it is full or the process ends; a pass that a save waits for ends
+  // after the file that it is sending, or after five seconds amid it, so that a slow collector does
+  // not hold up the host; and links, files with a second name and what is no file are passed over,
+  // in sending as in storing.
   void SetRetryCurrentFile(bool on);
 
   // True on the thread that is running a pass of this handler.
