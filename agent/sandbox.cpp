@@ -78,12 +78,15 @@ void AllowByArguments(Filter& filter) {
   }
   filter.AllowIfInt(SCMP_SYS(socketpair), 0, AF_UNIX);
   // No memory that can be written and executed.
-  constexpr std::uint64_t kBoth = PROT_WRITE | PROT_EXEC;
+  constexpr std::uint64_t kWrite = PROT_WRITE;
+  constexpr std::uint64_t kRun = PROT_EXEC;
   for (const int call : {SCMP_SYS(mmap), SCMP_SYS(mprotect)}) {
-    for (const std::uint64_t one : {0, PROT_WRITE, PROT_EXEC}) filter.AllowIf(call, 2, kBoth, one);
+    for (const std::uint64_t one : {std::uint64_t{0}, kWrite, kRun}) {
+      filter.AllowIf(call, 2, kWrite | kRun, one);
+    }
   }
-  for (const std::uint32_t request : {TCGETS, TIOCGWINSZ, FIONREAD, FIONBIO}) {
-    filter.AllowIfInt(SCMP_SYS(ioctl), 1, request);
+  for (const int request : {TCGETS, TIOCGWINSZ, FIONREAD, FIONBIO}) {
+    filter.AllowIfInt(SCMP_SYS(ioctl), 1, static_cast<std::uint32_t>(request));
   }
   for (const std::uint64_t option :
        {std::uint64_t{PR_SET_NAME}, std::uint64_t{PR_GET_NAME}, kNameMemory}) {

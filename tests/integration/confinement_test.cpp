@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "integration/agent_test.h"
+#include "integration/slapd.h"
 #include "support/sanitized.h"
 #include "support/wait_until.h"
 
@@ -124,6 +125,25 @@ TEST_F(Confinement, LeavesAnotherUserNoCapabilityAndNoGroupOfRoot) {
   ExpectOfEachThread("Seccomp", "2");
   Stop();
   EXPECT_THAT(Numbers(), ElementsAre(1));
+}
+
+TEST_F(Confinement, DirectoryServerIsFollowedOverTlsWithoutRights) {
+  fs::create_directory(home_.Path("slapd"));
+  DirectoryServer server(home_.Path("slapd"), home_.Path("slapd/changes.ldif"));
+  const std::string certificate = server.OfferTls();
+  home_.Write("config/LDAPSettings.xml",
+              "<S><LDAPServer>127.0.0.1</LDAPServer><LDAPPortNumber>" +
+                  std::to_string(server.Port()) + "</LDAPPortNumber><LDAPUserName>" +
+                  DirectoryServer::kReader + "</LDAPUserName><LDAPPassword>" +
+                  DirectoryServer::kPassword + "</LDAPPassword></S>");
+  GiveHomeToNobody();
+  Process agent(Command("accesslog:" + home_.Path("config/LDAPSettings.xml"),
+                        {"--user", "nobody", "--ca-file", certificate}));
+  server.Add("dn: ou=it,o=acme\nobjectClass: organizationalUnit\nou: it\n");
+  EXPECT_TRUE(WaitForLive("Object1=\"it.acme\"")) << agent.Errors();
+  agent.Signal(SIGTERM);
+  EXPECT_EQ(0, agent.Wait()) << agent.Errors();
+  EXPECT_TRUE(home_.Exists("tmp/accesslog.position"));
 }
 
 TEST_F(Confinement, FilesOfAnotherUserAreThatUsers) {
