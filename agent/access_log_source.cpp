@@ -44,10 +44,6 @@ std::string AdviceFor(int code) {
   return found == std::end(kAdvice) ? std::string() : std::string("; ") + found->text;
 }
 
-void WipePassword(tagLDAPConfig& config) {
-  explicit_bzero(config.Password, sizeof(config.Password));
-}
-
 // Where the settings could not be read. What the parser says about a place may quote what stands
 // there, which may be the password.
 std::string WithoutParserWords(const std::string& error, const std::string& path) {

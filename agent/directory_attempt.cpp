@@ -27,6 +27,7 @@ DirectoryAttempt::DirectoryAttempt(const tagLDAPConfig& config, std::string caFi
 
 void DirectoryAttempt::Run() {
   outcome_.ldap = ConnectDirectory(config_, caFile_, outcome_.encrypted, outcome_.error);
+  WipePassword(config_);
   isDone_ = true;
   eventfd_write(done_.Get(), 1);
 }

@@ -36,7 +36,7 @@ class DirectoryAttempt {
  private:
   void Run();
 
-  const tagLDAPConfig config_;
+  tagLDAPConfig config_;  // the thread's
   const std::string caFile_;
   Outcome outcome_;  // the thread's, until it sets the next
   std::atomic<bool> isDone_ = false;

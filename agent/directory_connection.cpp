@@ -86,6 +86,10 @@ std::string ServerName(const tagLDAPConfig& config) {
   return (address6 ? "[" + host + "]" : host) + ":" + std::to_string(PortOf(config));
 }
 
+void WipePassword(tagLDAPConfig& config) {
+  explicit_bzero(config.Password, sizeof(config.Password));
+}
+
 std::string DescribeLdapError(LDAP* ldap, int code) {
   std::string text = ldap_err2string(code);
   char* more = nullptr;

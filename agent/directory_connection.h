@@ -21,6 +21,9 @@ namespace wkagent {
 // "HOST:PORT" of the settings.
 [[nodiscard]] std::string ServerName(const tagLDAPConfig& config);
 
+// Leaves no password in the memory of settings that are done with.
+void WipePassword(tagLDAPConfig& config);
+
 // What the server or the library says about the last failure on a connection.
 [[nodiscard]] std::string DescribeLdapError(LDAP* ldap, int code);
 

@@ -28,8 +28,10 @@ constexpr Folder kFolders[] = {{"", kGroupAndOthers},
                                {"/tmp", kGroupAndOthers},
                                {"/outbox", kOthers}};
 
-constexpr const char* kWritten[] = {"/tmp/EDALive.xml", "/tmp/ELALive.xml", "/tmp/wkagentd.lock",
-                                    "/tmp/wkagentd.status", "/tmp/accesslog.position"};
+// In tmp; positions of feeds, too.
+constexpr const char* kWritten[] = {"EDALive.xml", "ELALive.xml", "wkagentd.lock",
+                                    "wkagentd.status"};
+constexpr char kPosition[] = ".position";
 
 std::string NameOf(uid_t user) {
   const passwd* const entry = getpwuid(user);
@@ -104,7 +106,13 @@ std::vector<std::string> CheckHome(const std::string& home, const Account& accou
     check.CheckRights(file, kGroupAndOthers);
   }
   for (const std::string& file : moreSettings) check.CheckRights(file, kGroupAndOthers);
-  for (const char* const file : kWritten) check.CheckWritten(home + file);
+  const std::string folder = home + "/tmp/";
+  for (const char* const name : kWritten) check.CheckWritten(folder + name);
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (entry->path().extension() == kPosition) check.CheckWritten(entry->path());
+  }
   return check.TakeProblems();
 }
 

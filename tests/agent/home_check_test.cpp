@@ -137,8 +137,8 @@ class PlantInTheHome : public HomeCheckTest, public ::testing::WithParamInterfac
 
 TEST_P(PlantInTheHome, IsFoundUnderEachNameThatTheAgentWrites) {
   home_.Write("victim", "");
-  for (const char* const name :
-       {"EDALive.xml", "ELALive.xml", "wkagentd.lock", "wkagentd.status", "accesslog.position"}) {
+  for (const char* const name : {"EDALive.xml", "ELALive.xml", "wkagentd.lock", "wkagentd.status",
+                                 "accesslog.position", "other.position"}) {
     const std::string path = home_.Path(std::string("tmp/") + name);
     GetParam().put(path, home_.Path("victim"));
     EXPECT_THAT(Check(), ElementsAre(StartsWith(path + ": is a link, has a second name, or is no "
