@@ -11,16 +11,12 @@
 
 #include "agent/content_hash.h"
 #include "agent/text_lines.h"
-#include "core/handles.h"
+#include "core/own_file.h"
 
 namespace wkagent {
 namespace {
 
 constexpr std::int64_t kTail = 4096;
-
-Fd OpenLive(const std::string& path, int flags) {
-  return Fd(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-}
 
 std::int64_t SizeOf(const Fd& fd) {
   struct stat status {};
@@ -38,7 +34,7 @@ std::uint64_t TailHash(const Fd& fd, std::int64_t end) {
 }  // namespace
 
 void LiveMarks::Add(const std::string& path, bool closed) {
-  const Fd fd = OpenLive(path, O_RDONLY);
+  const Fd fd = OpenOwnFile(path.c_str(), O_RDONLY);
   const std::int64_t size = fd.IsOpen() ? SizeOf(fd) : 0;
   marks_.push_back({path, size, TailHash(fd, size), closed || !fd.IsOpen()});
 }
@@ -82,7 +78,7 @@ std::vector<std::string> LiveMarks::CutBack() const {
 }
 
 std::string LiveMarks::CutBack(const Mark& mark) {
-  const Fd fd = OpenLive(mark.path, O_RDWR);
+  const Fd fd = OpenOwnFile(mark.path.c_str(), O_RDWR);
   if (!fd.IsOpen()) return {};  // it has been archived
   const std::int64_t size = SizeOf(fd);
   const bool same = size >= mark.size && TailHash(fd, mark.size) == mark.hash;
