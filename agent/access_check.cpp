@@ -59,6 +59,9 @@ std::vector<std::string> CheckAccess(const std::string& home, const Options& opt
   for (const char* const file : kSettingsFiles) check.Check(home + "/config/" + file, R_OK);
   const bool reopened = options.follow || options.feedKind == FeedKind::kAccesslog;
   if (reopened && options.feedPath != "-") check.Check(options.feedPath, R_OK);
+  if (options.follow && options.feedPath != "-") {
+    check.Check(std::filesystem::path(options.feedPath).parent_path(), R_OK | X_OK);
+  }
   if (!options.caFile.empty()) check.Check(options.caFile, R_OK);
   if (options.syslog) {
     check.Check(kSyslogSettingsPath, R_OK);

@@ -94,8 +94,10 @@ void AllowByArguments(Filter& filter) {
   }
   // Its own limits, to look at.
   filter.AllowIfBoth(SCMP_SYS(prlimit64), SCMP_A0_32(SCMP_CMP_EQ, 0), SCMP_A2_64(SCMP_CMP_EQ, 0));
-  // Its own threads, to end itself by abort(3).
-  filter.AllowIfInt(SCMP_SYS(tgkill), 0, static_cast<std::uint32_t>(getpid()));
+  // Signals to itself, by which it ends itself.
+  for (const int call : {SCMP_SYS(kill), SCMP_SYS(tgkill)}) {
+    filter.AllowIfInt(call, 0, static_cast<std::uint32_t>(getpid()));
+  }
 }
 
 }  // namespace
