@@ -13,12 +13,11 @@ inline constexpr unsigned long kLongestAnswer = 64UL << 20;
 
 // Ends the TLS handshake of a server that does not answer, which libldap's own time-outs leave out:
 // with GnuTLS it tries to read for ever. A layer below TLS waits for the server's bytes instead,
-// and fails kSecondsToAnswer after the connection was made. From then on an answer that claims to
-// be longer than kLongestAnswer ends the connection. False where that cannot be set.
+// and fails kSecondsToAnswer after the connection was made. An answer that claims to be longer than
+// kLongestAnswer ends the connection, at any time. False where that cannot be set.
 [[nodiscard]] bool LimitHandshake(LDAP* ldap);
 
-// The connection has been made: the server may take its time from now on, but reading never waits
-// for it, not even amid a TLS record, as it otherwise would for ever.
+// The connection has been made: it may take its time from now on.
 void LiftHandshakeLimit(LDAP* ldap);
 
 }  // namespace wkagent

@@ -326,9 +326,9 @@ class WKAGENT_EXPORT WKSysLog : public WKAlert {
   void Serialize();
   int Deserialize(char* path);
 
-  // As in WKSMTPAlert. An entry is not broken off, and one during which `stop` was set stays in the
-  // file, for nobody knows whether it was taken: a log daemon that hangs lets a send wait for ever,
-  // unless a signal interrupts it.
+  // As in WKSMTPAlert. An entry stays in the file where no log daemon listens, which is logged, and
+  // where `stop` was set meanwhile, for nobody knows whether it was taken. It is not broken off: a
+  // daemon that hangs lets a send wait for ever, unless a signal interrupts it.
   int Replay(char* path, const std::atomic<bool>& stop);
 
   // Deserialize on the current object, as WKSMTPAlert::SMTPAlertAvailable.

@@ -5,7 +5,9 @@
 #include <optional>
 
 #include "alert/sender_fixture.h"
+#include "support/deaf_log.h"
 #include "support/fixed_steady_clock.h"
+#include "support/private_dev.h"
 #include "support/private_root.h"
 
 namespace wkagent::test {
@@ -162,6 +164,20 @@ TEST_F(AlertReplay, KeepsTrapsAndEntriesToo) {
   EXPECT_EQ(0, entry.Replay(Text("../tmp/SysLog.1.txt"), stop_));
   EXPECT_EQ("one\ntwo\n", Spooled("SNMP"));
   EXPECT_EQ("one\ntwo\n", Spooled("SysLog"));
+}
+
+TEST_F(AlertReplay, KeepsEntriesUntilALogDaemonListens) {
+  InPrivateDev([this] {
+    home_.Write("tmp/SysLog.1.txt", "one\ntwo\n");
+    WKSysLog entry;
+    entry.InitializeLogMessage(LogRecorder::Callback);
+    EXPECT_EQ(0, entry.Replay(Text("../tmp/SysLog.1.txt"), stop_));
+    EXPECT_EQ("one\ntwo\n", Spooled("SysLog"));
+    EXPECT_THAT(LogRecorder::Messages(), ElementsAre("No log daemon listens"));
+    const DeafLog log;
+    EXPECT_EQ(0, entry.Replay(Text("../tmp/SysLog.1.txt"), stop_));
+    EXPECT_THAT(SpoolFiles("SysLog"), IsEmpty());
+  });
 }
 
 TEST_F(AlertReplay, LeavesNothingOfALineWithZeroBytes) {
