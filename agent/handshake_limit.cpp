@@ -76,6 +76,7 @@ void LiftHandshakeLimit(LDAP* ldap) {
   Sockbuf* buffer = nullptr;
   if (ldap_get_option(ldap, LDAP_OPT_SOCKBUF, &buffer) == LDAP_OPT_SUCCESS && buffer != nullptr) {
     ber_sockbuf_remove_io(buffer, &limit, kLevel);
+    ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_NONBLOCK, buffer);  // anything but null means yes
   }
 }
 

@@ -17,7 +17,8 @@ inline constexpr unsigned long kLongestAnswer = 64UL << 20;
 // kLongestAnswer ends the connection, at any time. False where that cannot be set.
 [[nodiscard]] bool LimitHandshake(LDAP* ldap);
 
-// The connection has been made: it may take its time from now on.
+// The connection has been made: the server may take its time from now on, but reading never waits
+// for it amid an answer, as it otherwise would for ever without TLS.
 void LiftHandshakeLimit(LDAP* ldap);
 
 }  // namespace wkagent
