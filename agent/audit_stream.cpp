@@ -108,10 +108,12 @@ void AuditStream<Kind>::SetThreshold(int records) {
 // The same as the library does by itself, with the archive announced in between.
 template <typename Kind>
 void AuditStream<Kind>::Rotate() {
-  output_.CloseFile();
-  if (output_.GetWriteError() != 0) return CheckOutput();
-  synced_ = true;
-  if (beforeArchive_) beforeArchive_();
+  if (beforeArchive_) {
+    output_.CloseFile();
+    if (output_.GetWriteError() != 0) return CheckOutput();
+    synced_ = true;
+    beforeArchive_();
+  }
   output_.ThresholdLimitReached();
   output_.recordCount = 0;
   CheckOutput();

@@ -30,10 +30,7 @@ Pipeline::Pipeline(std::string home, std::string feedName)
       directory_(home_),
       logins_(home_),
       lastRetry_(steady_clock::now()),
-      retryInterval_(Settings().pollSeconds) {
-  directory_.BeforeArchive([this] { Checkpoint(); });
-  logins_.BeforeArchive([this] { Checkpoint(); });
-}
+      retryInterval_(Settings().pollSeconds) {}
 
 ExitStatus Pipeline::Start() {
   if (const ExitStatus status = directory_.Start(); status != kDone) return status;
@@ -113,12 +110,18 @@ void Pipeline::Reload(std::string_view name) {
 
 void Pipeline::KeepPosition(std::string log, LogPosition position, RecordedEntries recorded) {
   tracker_ = std::make_unique<LogTracker>(std::move(log), std::move(position), std::move(recorded));
-  positionFile_ = kPositionFile;
+  StartTracking(kPositionFile);
 }
 
 void Pipeline::KeepPlace(const char* positionFile, std::string feed, const FeedPosition& start) {
   tracker_ = std::make_unique<FileTracker>(std::move(feed), start);
+  StartTracking(positionFile);
+}
+
+void Pipeline::StartTracking(const char* positionFile) {
   positionFile_ = positionFile;
+  directory_.BeforeArchive([this] { Checkpoint(); });
+  logins_.BeforeArchive([this] { Checkpoint(); });
 }
 
 void Pipeline::Idle() {
@@ -189,12 +192,13 @@ Totals Pipeline::GetTotals() {
 }
 
 std::string Pipeline::Summary() {
-  const std::string totals = Describe(GetTotals());
-  if (syslog_ == nullptr) return totals;
-  const std::string lines = totals + '\n' + syslog_->Describe();
-  if (forwardedAgain_ == 0) return lines;
-  return lines + "\nwkagentd: again: forwarded " + std::to_string(forwardedAgain_) +
-         " events that were recorded before the start";
+  std::string lines = Describe(GetTotals());
+  if (syslog_ != nullptr) lines.append(1, '\n').append(syslog_->Describe());
+  if (forwardedAgain_ > 0) {
+    lines.append("\nwkagentd: again: forwarded ").append(std::to_string(forwardedAgain_));
+    lines.append(" events that were recorded before the start");
+  }
+  return lines;
 }
 
 }  // namespace wkagent

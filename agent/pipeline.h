@@ -93,6 +93,7 @@ class Pipeline : public FeedSink {
 
  private:
   void Forward(tagWKEventData& event, bool login);
+  void StartTracking(const char* positionFile);
   void Checkpoint();
   void SavePosition();
   void SettlePosition();

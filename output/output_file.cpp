@@ -153,6 +153,7 @@ int WKOutputFile::WriteEndRecord() {
 
 int WKOutputFile::ThresholdLimitReached() {
   if (recordCount == 0) return 0;
+  state_->nameSynced = true;  // the file gets another one at once, which is synced
   CloseFile();
   const int writeError = GetWriteError();
   const int result = OpenFile();

@@ -1,5 +1,7 @@
 // When what is written reaches the file, and the disk.
 
+#include <cerrno>
+
 #include <libxml/xmlwriter.h>
 
 #include <wkagent/output.h>
@@ -32,8 +34,10 @@ void WKOutputFile::SyncDocument() {
   wkagent::SyncText(state_->buffer);
   state_->sync.Clear();
   if (state_->writeError != 0 || state_->nameSynced) return;
-  state_->writeError = wkagent::SyncName(fileName);
-  state_->nameSynced = state_->writeError == 0;
+  const int error = wkagent::SyncName(fileName);
+  state_->nameSynced = error == 0;
+  // Without a descriptor or memory it is tried again the next time.
+  if (error != EMFILE && error != ENFILE && error != ENOMEM) state_->writeError = error;
 }
 
 // A file has got a new name. Its old one is gone by the same step, so only one folder needs care.
