@@ -37,7 +37,6 @@ DecryptedSettings::DecryptedSettings(WKLogStatus& owner, const char* encrypted, 
 DecryptedSettings::~DecryptedSettings() { std::remove(plain_); }
 
 void ReadSettings(WKAlert& owner, const char* path, const std::function<void(xmlNode*)>& visit) {
-  InitXmlLibrary();
   const XmlDoc document =
       ReadXmlFile(path, XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET);
   if (document == nullptr) {

@@ -13,6 +13,8 @@
 
 #include <wkagent/config.h>
 
+#include "config/entity_expansion.h"
+#include "config/xml_attribute.h"
 #include "config/xml_library.h"
 #include "core/bounded_copy.h"
 #include "core/handles.h"
@@ -81,27 +83,30 @@ void KeepFirstError(void* context, xmlError* error) noexcept {
   }
 }
 
-// "path:line: reason".
+// "path:line: reason", or "path: reason".
 std::string DescribeError(const char* path, const FirstError& error) {
   if (error.text.empty()) return std::string(path) + ": not XML";
+  if (error.line == 0) return std::string(path) + ": " + error.text;
   return std::string(path) + ":" + std::to_string(error.line) + ": " + error.text;
 }
 
 // Null, and `error` says why, where the bytes are no XML.
 wkagent::XmlDoc Parse(const Bytes& bytes, FirstError& error) {
   xmlResetLastError();
-  const wkagent::XmlParser parser(xmlNewParserCtxt());
+  constexpr int kOptions = XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+  const wkagent::XmlParser parser = wkagent::NewXmlParser(kOptions);
   if (parser == nullptr) return nullptr;
-  // A new parser starts with the host's defaults, which may load external entities.
-  parser->options = 0;
   // The parser's messages do not belong on the host's standard error; GetReadError has the first.
   parser->sax->serror = KeepFirstError;
   parser->_private = &error;
-  wkagent::XmlDoc document(xmlCtxtReadMemory(parser.get(), bytes.data.get(),
-                                             static_cast<int>(bytes.size), "xml", nullptr,
-                                             XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-  if (!wkagent::RanOutOfMemory(*parser)) return document;
-  if (error.text.empty()) error.text = "out of memory";
+  wkagent::XmlDoc document(xmlCtxtReadMemory(
+      parser.get(), bytes.data.get(), static_cast<int>(bytes.size), "xml", nullptr, kOptions));
+  if (wkagent::RanOutOfMemory(*parser)) {
+    if (error.text.empty()) error.text = "out of memory";
+    return nullptr;
+  }
+  if (document == nullptr || wkagent::ExpandsWithinBounds(document.get())) return document;
+  error.text = "its entities stand for too much text";
   return nullptr;
 }
 

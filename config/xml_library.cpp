@@ -2,11 +2,13 @@
 
 #include <mutex>
 #include <new>
-#include <utility>
 
-#include <libxml/parserInternals.h>
+#include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 #include <libxml/xmlversion.h>
+
+#include "config/entity_expansion.h"
+#include "config/xml_attribute.h"
 
 namespace wkagent {
 namespace {
@@ -32,18 +34,28 @@ bool RanOutOfMemory(const xmlParserCtxt& parser) {
   return parser.errNo == XML_ERR_NO_MEMORY || IsOutOfMemory(&parser.lastError) || RanOutOfMemory();
 }
 
-XmlDoc ReadXmlFile(const char* path, int options) {
-  xmlResetLastError();
-  const XmlParser parser(xmlCreateURLParserCtxt(path, options));
+XmlParser NewXmlParser(int options) {
+  XmlParser parser(xmlNewParserCtxt());
   if (parser == nullptr) return nullptr;
-  xmlParseDocument(parser.get());
-  XmlDoc document(std::exchange(parser->myDoc, nullptr));
-  if (parser->wellFormed == 0 || RanOutOfMemory(*parser)) return nullptr;
+  // What it has from the host is only added to by what follows.
+  parser->options = 0;
+  xmlCtxtUseOptions(parser.get(), options);
+  return parser;
+}
+
+XmlDoc ReadXmlFile(const char* path, int options) {
+  InitXmlLibrary();
+  xmlResetLastError();
+  const XmlParser parser = NewXmlParser(options);
+  if (parser == nullptr) return nullptr;
+  XmlDoc document(xmlCtxtReadFile(parser.get(), path, nullptr, options));
+  if (document == nullptr || RanOutOfMemory(*parser)) return nullptr;
+  if (!ExpandsWithinBounds(document.get())) return nullptr;
   return document;
 }
 
 XmlText AttributeOf(const xmlNode* element, const char* name) {
-  return WholeText([&] { return xmlGetProp(element, reinterpret_cast<const xmlChar*>(name)); });
+  return WholeText([&] { return AttributeValue(element, name).release(); });
 }
 
 XmlText ContentOf(const xmlNode* element) {

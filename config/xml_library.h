@@ -31,7 +31,12 @@ using XmlText = std::unique_ptr<char, XmlTextFreer>;
 // True where the parser did, so that its document is not to be trusted.
 [[nodiscard]] bool RanOutOfMemory(const xmlParserCtxt& parser);
 
-// As xmlReadFile. Null also where memory ran out.
+// A parser that loads nothing from outside of its file, whatever the host's defaults for parsers
+// are. Null where memory ran out. `options` are those of libxml2.
+[[nodiscard]] XmlParser NewXmlParser(int options);
+
+// As xmlReadFile, with such a parser. Null also where memory ran out, and where the file's entities
+// stand for too much text.
 [[nodiscard]] XmlDoc ReadXmlFile(const char* path, int options);
 
 // As xmlGetProp and xmlNodeGetContent; null where there is no such attribute. Both throw

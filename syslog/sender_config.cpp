@@ -1,6 +1,5 @@
 #include <string>
 
-#include <libxml/parser.h>
 #include <libxml/tree.h>
 
 #include <wkagent/syslog.h>
@@ -68,7 +67,6 @@ const char* NameOf(bool value) { return value ? "true" : "false"; }
 }  // namespace
 
 bool WKSyslogSender::loadXMLConfig(const std::string& path) {
-  wkagent::InitXmlLibrary();
   const wkagent::XmlDoc document = wkagent::ReadXmlFile(path.c_str(), 0);
   if (document == nullptr) {
     wkagent::senderLog.Report("Unable to read XML config: ", path);

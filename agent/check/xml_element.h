@@ -9,7 +9,7 @@
 
 #include <wkagent/config.h>
 
-#include "config/xml_library.h"
+#include "config/xml_attribute.h"
 
 namespace wkagent {
 
@@ -34,8 +34,7 @@ namespace wkagent {
 // The same as the file has it.
 [[nodiscard]] inline std::optional<std::string> WrittenAttribute(const xmlNode* element,
                                                                  const char* name) {
-  const XmlText value(
-      reinterpret_cast<char*>(xmlGetProp(element, reinterpret_cast<const xmlChar*>(name))));
+  const XmlText value = AttributeValue(element, name);
   if (value == nullptr) return {};
   return value.get();
 }

@@ -49,7 +49,8 @@ class WKAGENT_EXPORT WKConfigFile : public WKLogStatus {
   WKConfigFile(const WKConfigFile&) = delete;
   WKConfigFile& operator=(const WKConfigFile&) = delete;
 
-  // Empties `list`, loads the file at `path` and parses it. External entities are not loaded.
+  // Empties `list`, loads the file at `path` and parses it. External entities are not loaded, and a
+  // file whose own entities stand for more than ten million bytes of text is refused.
   // Returns 0, or 1 on any failure. A file that cannot be accessed is reported through LogStatus;
   // deliberate: any other failure is not. GetReadError tells the reason of each.
   virtual int ReadFile(char* path);
