@@ -35,11 +35,15 @@ std::size_t FindPeer(std::string_view text) {
   return text.size();
 }
 
+// Each try reads both names, so their number is bounded: they may be megabytes of blanks.
+constexpr int kMostBlanksInSuffix = 100;
+
 // Splits "SUFFIX USER", both of which may hold blanks.
 void SplitNames(std::string_view names, std::string_view entry, ChangeHeader& header) {
   header.suffix = names;
-  for (std::size_t blank = names.find(' '); blank != std::string_view::npos;
-       blank = names.find(' ', blank + 1)) {
+  std::size_t blank = names.find(' ');
+  for (int blanks = 0; blanks <= kMostBlanksInSuffix && blank != std::string_view::npos;
+       ++blanks, blank = names.find(' ', blank + 1)) {
     const std::string_view suffix = names.substr(0, blank);
     if (!IsAtOrBelow(entry, suffix)) continue;
     header.suffix = suffix;

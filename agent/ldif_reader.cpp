@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::size_t kLongestLine = std::size_t{1} << 26;
 constexpr std::size_t kLargestRecord = std::size_t{1} << 28;
+constexpr std::size_t kMostLines = std::size_t{1} << 22;  // short ones take more than their text
 constexpr std::string_view kCutOff = "the record is cut off";
 constexpr std::string_view kChanges[] = {"add", "delete", "modify", "modrdn", "moddn"};
 
@@ -105,7 +106,7 @@ void LdifReader::TakeLine(std::string_view line) {
 
 void LdifReader::Append(std::string_view part) {
   text_ += part;
-  if (splitter_.IsTooLong(part) || text_.size() > kLargestRecord) {
+  if (splitter_.IsTooLong(part) || text_.size() > kLargestRecord || lines_.size() >= kMostLines) {
     Fail(splitter_.Number(), "the record is too large");
   }
 }

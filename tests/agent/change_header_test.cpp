@@ -121,6 +121,25 @@ TEST(ChangeHeader, MissingPartsAreEmpty) {
             Read("add 1 o=acme cn=admin,o=acme IP=127.0.0.1:389"));
 }
 
+TEST(ChangeHeader, ASuffixMayHoldAHundredBlanks) {
+  const auto header = [](int blanks) {
+    const std::string suffix =
+        "o=acme" + std::string(static_cast<std::size_t>(blanks), ' ') + "inc";
+    return Read("add 1 " + suffix + " cn=x", "cn=bob," + suffix);
+  };
+  EXPECT_EQ("cn=x", header(100).user);
+  EXPECT_EQ("", header(101).user);
+}
+
+// Trying each of them would take an hour.
+TEST(ChangeHeader, MegabytesOfBlanksAreRead) {
+  std::string blanks;
+  for (int i = 0; i < 500'000; ++i) blanks += ", ";
+  const Header header = Read("add 1 " + blanks + "IP=10.0.0.1:1 conn=1", blanks + "o=acme");
+  EXPECT_EQ("10.0.0.1", header.address);
+  EXPECT_EQ("", header.user);
+}
+
 TEST(ChangeHeader, ATimeThatIsNoneIsZero) {
   EXPECT_EQ(0, Read("add then o=acme cn=admin,o=acme").time);
   EXPECT_EQ(0, Read("add 99999999999999999999999999 o=acme cn=admin,o=acme").time);

@@ -344,5 +344,21 @@ TEST_F(LdifReaderTest, AnotherTextDoesNotContinueTheLastComment) {
   EXPECT_THAT(malformed_, ElementsAre(1));
 }
 
+// Each takes far more memory than its one byte of text.
+TEST_F(LdifReaderTest, ARecordOfTooManyLinesIsMalformed) {
+  constexpr int kMostLines = 1 << 22;
+  const auto record = [](int count) {
+    std::string text = "dn: o=acme\n";
+    for (int i = 1; i < count; ++i) text += "-\n";
+    return text + "\ndn: o=next\n\n";
+  };
+  Read(record(kMostLines));
+  EXPECT_THAT(malformed_, IsEmpty());
+  EXPECT_THAT(records_, SizeIs(2));
+  Read(record(kMostLines + 1));
+  EXPECT_THAT(malformed_, ElementsAre(kMostLines + 1));
+  EXPECT_THAT(records_, SizeIs(1));
+}
+
 }  // namespace
 }  // namespace wkagent::test
