@@ -1,24 +1,15 @@
-// The main function of test programs for what uses fixed paths below /opt. It runs the program
-// again in a mount namespace of its own, with an empty /opt/mossgrove: so nobody else sees these
-// files, cases run side by side, and what the library opens when it is loaded lies there, too.
+// The main function of test programs for what uses fixed paths below /opt: cases run side by side,
+// each in an /opt of its own.
 
 #include <algorithm>
-#include <cstdlib>
-#include <exception>
-#include <filesystem>
-#include <iostream>
 #include <string_view>
-#include <system_error>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include "support/private_root.h"
+#include "support/private_opt.h"
 
 namespace {
-
-constexpr char kMarker[] = "WKAGENT_TEST_PRIVATE_OPT";
 
 // The build asks for the cases, perhaps not as root.
 bool OnlyLists(int argc, char** argv) {
@@ -27,29 +18,10 @@ bool OnlyLists(int argc, char** argv) {
   });
 }
 
-[[noreturn]] void RunInPrivateOpt(char** argv) {
-  wkagent::test::EnterPrivateRoot();
-  std::filesystem::create_directory("/opt");
-  wkagent::test::MountTmpfs("/opt", "mode=755");
-  for (const char* folder : {"config", "log", "auditdata"}) {
-    std::filesystem::create_directories(std::filesystem::path("/opt/mossgrove") / folder);
-  }
-  setenv(kMarker, "1", 1);
-  execv("/proc/self/exe", argv);
-  throw std::system_error(errno, std::generic_category(), "execv");
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (!OnlyLists(argc, argv) && std::getenv(kMarker) == nullptr) {
-    try {
-      RunInPrivateOpt(argv);
-    } catch (const std::exception& error) {
-      std::cerr << error.what() << '\n';
-      return EXIT_FAILURE;
-    }
-  }
+  if (!OnlyLists(argc, argv)) wkagent::test::RunInPrivateOpt(argv);
   testing::InitGoogleMock(&argc, argv);
   return RUN_ALL_TESTS();
 }
