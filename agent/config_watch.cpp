@@ -54,8 +54,8 @@ std::vector<std::string> ConfigWatch::TakeChanges() {
 
 void ConfigWatch::AskMonitor() {
   CLinkList names;
-  while (monitor_.IsFileModified(names) > 0) {
-  }
+  // After a failure, the marks tell.
+  (void)monitor_.FindModifiedFiles(names);
   char name[kReportedName + 1] = {};
   names.SetHead();
   while (names.GetNode(name, kReportedName) == 0) {

@@ -1,7 +1,10 @@
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,6 +12,7 @@
 #include <wkagent/monitor.h>
 
 #include "core/bounded_copy.h"
+#include "core/folder_names.h"
 #include "monitor/inotify_events.h"
 #include "monitor/wildcard.h"
 
@@ -16,6 +20,12 @@ namespace {
 
 constexpr int kReportedName = 50;
 constexpr int kLongestPattern = 64;
+
+void AppendName(const char* name, CLinkList& names) {
+  char padded[NAME_MAX + 1] = {};
+  wkagent::CopyBounded(padded, name);
+  names.AddNode(padded, kReportedName);
+}
 
 }  // namespace
 
@@ -78,9 +88,29 @@ int WKFileMonitor::IsFileModified(CLinkList& changedFiles) {
   const ssize_t count = events.Read(inotifyFd);
   if (count <= 0) return static_cast<int>(count);
   return events.ForEachName([&](char* name) {
-    if (NotificationRequired(name) == 0) return;
-    char padded[NAME_MAX + 1] = {};
-    wkagent::CopyBounded(padded, name);
-    changedFiles.AddNode(padded, kReportedName);
+    if (NotificationRequired(name) != 0) AppendName(name, changedFiles);
   });
+}
+
+int WKFileMonitor::FindModifiedFiles(CLinkList& changedFiles) {
+  wkagent::InotifyEvents events;
+  std::vector<std::string> names;
+  while (events.Read(inotifyFd) > 0) {
+    events.ForEachName([&](char* name) { names.emplace_back(name); });
+  }
+  const bool listed = !events.Overflowed() || wkagent::ListFolder(directory.Get(), names);
+  if (!listed) {
+    wkagent::FormatBounded(errorText, "Unable to list %s: %s\n", directory.Get(),
+                           std::strerror(errno));
+    LogStatus(errorText);
+  }
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  int count = 0;
+  for (std::string& name : names) {
+    if (NotificationRequired(name.data()) == 0) continue;
+    AppendName(name.c_str(), changedFiles);
+    ++count;
+  }
+  return listed ? count : -1;
 }

@@ -34,15 +34,20 @@ class InotifyEvents {
       std::memcpy(&header, buffer_ + at, sizeof(header));
       char* const name = buffer_ + at + sizeof(header);
       if (header.len > 0) visit(name);
+      overflowed_ = overflowed_ || (header.mask & IN_Q_OVERFLOW) != 0;
       lastLength = static_cast<int>(header.len);
       at += sizeof(header) + header.len;
     }
     return lastLength;
   }
 
+  // True when some of those that were visited so far stood for events that the system dropped.
+  [[nodiscard]] bool Overflowed() const { return overflowed_; }
+
  private:
   alignas(inotify_event) char buffer_[32768] = {};
   ssize_t filled_ = 0;
+  bool overflowed_ = false;
 };
 
 }  // namespace wkagent

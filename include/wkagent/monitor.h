@@ -20,6 +20,9 @@
 //
 // Threads: a WKFileMonitor belongs to one thread at a time. Of a WKFileMonitor1 see its class.
 // Ownership: a monitor owns its descriptors, patterns and thread.
+//
+// The system keeps a limited number of pending events (/proc/sys/fs/inotify/max_queued_events) and
+// drops those that come later. Deliberate: only FindModifiedFiles makes up for that.
 
 #include <cstdint>
 #include <memory>
@@ -61,6 +64,12 @@ class WKAGENT_EXPORT WKFileMonitor : public WKLogStatus {
   // and has no terminator. Returns the length of the last event's padded name, or what read(2)
   // returned when that is 0 or less: -1 when nothing is pending.
   int IsFileModified(CLinkList& changedFiles);
+
+  // The same for all that is pending, and no file is missed: where so many events were pending that
+  // the system dropped some, each file of the directory that matches counts as written. Appends a
+  // node for each name once, in ascending order. Returns their number; -1, with the reason logged,
+  // where the directory could not be listed, so that any file may have been written.
+  int FindModifiedFiles(CLinkList& changedFiles);
 
   CLinkList patterns;  // without terminators
   int inotifyFd;

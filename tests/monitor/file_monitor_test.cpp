@@ -54,6 +54,11 @@ class FileMonitor : public testing::Test {
   std::vector<std::string> Reported() {
     changed_.ClearList();
     Look();
+    return Names();
+  }
+
+  // Those in `changed_`.
+  std::vector<std::string> Names() {
     std::vector<std::string> names;
     for (const std::string& block : Blocks(changed_)) {
       EXPECT_EQ(block.size(), 50U);
@@ -433,6 +438,42 @@ TEST_F(FileMonitor, EndClosesTheDescriptorAndReleasesEverything) {
   const long after = LiveBlocks();
   EXPECT_EQ(after, before);
   EXPECT_EQ(OpenFiles(), files);
+}
+
+// Writes two files in turn, so that no event is like the one before, until none can be queued.
+void OverflowQueue(const WatchedFolder& folder) {
+  long limit = 0;
+  std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> limit;
+  for (long i = 0; i <= limit; ++i) folder.Write(i % 2 == 0 ? "even.xml" : "odd.xml");
+}
+
+TEST_F(FileMonitor, FindsAllThatWasWritten) {
+  WatchFor("*.xml");
+  for (const char* name : {"b.xml", "a.xml", "b.xml", "c.txt"}) folder_.Write(name);
+  EXPECT_EQ(monitor_.FindModifiedFiles(changed_), 2);
+  EXPECT_THAT(Names(), ElementsAre("a.xml", "b.xml"));
+  EXPECT_EQ(monitor_.FindModifiedFiles(changed_), 0);
+}
+
+TEST_F(FileMonitor, FindsWhatWasWrittenWhenNoMoreEventsCouldBeQueued) {
+  WatchFor("*.xml");
+  OverflowQueue(folder_);
+  folder_.Write("late.xml");
+  EXPECT_EQ(monitor_.FindModifiedFiles(changed_), 3);
+  EXPECT_THAT(Names(), ElementsAre("even.xml", "late.xml", "odd.xml"));
+  folder_.Write("later.xml");
+  changed_.ClearList();
+  EXPECT_EQ(monitor_.FindModifiedFiles(changed_), 1);
+  EXPECT_THAT(Names(), ElementsAre("later.xml"));
+}
+
+TEST_F(FileMonitor, SaysThatItCouldNotFindWhatWasWritten) {
+  WatchFor("*.xml");
+  OverflowQueue(folder_);
+  std::filesystem::remove_all(folder_.Path());
+  EXPECT_EQ(monitor_.FindModifiedFiles(changed_), -1);
+  EXPECT_THAT(Names(), ElementsAre("even.xml", "odd.xml"));
+  EXPECT_THAT(LogRecorder::Messages().back(), testing::StartsWith("Unable to list "));
 }
 
 }  // namespace
