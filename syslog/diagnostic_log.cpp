@@ -4,6 +4,7 @@
 #include <iostream>
 #include <new>
 #include <string>
+#include <type_traits>
 
 #include <wkagent/mutex.h>
 
@@ -17,10 +18,8 @@ constexpr mode_t kMode = 0644;
 
 // Keeps the lines of all threads, and of both logs on standard error, apart. Never destroyed, as
 // the logs are not.
-Mutex& ReportMutex() {
-  static Mutex& mutex = *new Mutex;
-  return mutex;
-}
+constinit Mutex reportMutex;
+static_assert(std::is_trivially_destructible_v<Mutex>);
 
 }  // namespace
 
@@ -37,7 +36,7 @@ void DiagnosticLog::Report(std::string_view message, std::string_view more) noex
   } catch (const std::bad_alloc&) {
     // It is written part by part.
   }
-  const MutexLock lock(ReportMutex());
+  const MutexLock lock(reportMutex);
   for (std::ostream* const out : {static_cast<std::ostream*>(&std::cerr), OpenFile()}) {
     if (out == nullptr) continue;
     if (line.empty()) {

@@ -210,7 +210,7 @@ class WKAGENT_EXPORT WKSyslogSender : public SyslogConfig {
   // Reads the settings, makes the TLS context where it is needed, and starts the threads. A file
   // that cannot be read leaves the defaults, and a context that is incomplete fails at connecting;
   // both are reported. Throws std::invalid_argument or std::out_of_range, with the text "stoi",
-  // where the port is no number or too large.
+  // where the port is no number or too large, and std::system_error where no thread can be started.
   WKSyslogSender();
 
   // Stops the threads: within about a second, as writes, connects and handshakes that last longer
