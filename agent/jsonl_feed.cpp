@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
+#include <new>
 #include <iterator>
 
 #include "agent/event_codes.h"
@@ -18,6 +19,9 @@ constexpr std::size_t kLongestLine = std::size_t{1} << 20;
 constexpr std::time_t kLastYear9999 = 253402300799;  // 9999-12-31T23:59:59Z
 
 using Value = simdjson::dom::element;
+
+// Chosen while the program is loaded: later, a lack of memory for that would end the process.
+[[maybe_unused]] const std::string chosenParser = simdjson::get_active_implementation()->name();
 
 struct Field {
   std::string_view name;
@@ -147,9 +151,9 @@ void JsonlFeed::TakeLine(std::string_view line) {
 
 const char* JsonlFeed::ReadEvent(std::string_view line) {
   simdjson::dom::object object;
-  if (parser_.parse(line.data(), line.size()).get(object) != simdjson::SUCCESS) {
-    return "not a JSON object";
-  }
+  const simdjson::error_code code = parser_.parse(line.data(), line.size()).get(object);
+  if (code == simdjson::MEMALLOC) throw std::bad_alloc();
+  if (code != simdjson::SUCCESS) return "not a JSON object";
   Clear(event_);
   bool hasTime = false;
   FieldFinder fields;
