@@ -6,10 +6,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <string_view>
 
 #include <dlfcn.h>
 #include <elf.h>
+#include <execinfo.h>
 #include <fcntl.h>
 #include <link.h>
 #include <pthread.h>
@@ -18,6 +20,7 @@
 #include <unistd.h>
 
 #include "faults/fault_control.h"
+#include "faults/file_names.h"
 
 // Nothing in here allocates, and all system calls go past the C library: its functions are the ones
 // that are replaced.
@@ -73,67 +76,6 @@ std::atomic<long> live{0};
 std::uintptr_t loaderBegin = 0;
 std::uintptr_t loaderEnd = 0;
 
-// A fixed text that is cut where it does not fit.
-class Text {
- public:
-  Text& operator<<(std::string_view more) {
-    const std::size_t size = std::min(more.size(), sizeof(text_) - 1 - length_);
-    std::memcpy(text_ + length_, more.data(), size);
-    length_ += size;
-    text_[length_] = '\0';
-    return *this;
-  }
-  Text& operator<<(long number) {
-    char digits[24];
-    char* at = digits + sizeof(digits);
-    const bool negative = number < 0;
-    do {
-      *--at = static_cast<char>('0' + std::abs(number % 10));
-      number /= 10;
-    } while (number != 0);
-    if (negative) *--at = '-';
-    return *this << std::string_view(at, static_cast<std::size_t>(digits + sizeof(digits) - at));
-  }
-  void Up() {
-    while (length_ > 0 && text_[--length_] != '/') continue;
-    text_[length_] = '\0';
-  }
-  [[nodiscard]] const char* Get() const { return text_; }
-  [[nodiscard]] std::string_view View() const { return {text_, length_}; }
-
- private:
-  char text_[PATH_MAX] = {};
-  std::size_t length_ = 0;
-};
-
-void Link(const char* link, Text& text) {
-  char target[PATH_MAX];
-  const long length = syscall(SYS_readlinkat, AT_FDCWD, link, target, sizeof(target));
-  if (length > 0) text << std::string_view(target, static_cast<std::size_t>(length));
-}
-
-void FolderOf(int folder, Text& text) {
-  if (folder == AT_FDCWD) return Link("/proc/self/cwd", text);
-  Text link;
-  link << "/proc/self/fd/" << folder;
-  Link(link.Get(), text);
-}
-
-// The absolute path, without "." and "..", whether or not there is such a file.
-void Resolve(std::string_view path, int folder, Text& whole) {
-  if (!path.starts_with('/')) FolderOf(folder, whole);
-  while (!path.empty()) {
-    const std::size_t end = std::min(path.find('/'), path.size());
-    const std::string_view part = path.substr(0, end);
-    if (part == "..") {
-      whole.Up();
-    } else if (!part.empty() && part != ".") {
-      whole << "/" << part;
-    }
-    path.remove_prefix(std::min(end + 1, path.size()));
-  }
-}
-
 bool IsMeant(const Subject& subject) {
   if (subject.path == nullptr && subject.file < 0) return true;
   if (subject.path == nullptr && subject.file <= STDERR_FILENO) return false;
@@ -142,7 +84,7 @@ bool IsMeant(const Subject& subject) {
   if (subject.path != nullptr) {
     Resolve(subject.path, subject.folder, whole);
   } else {
-    FolderOf(subject.file, whole);
+    NameOf(subject.file, whole);
   }
   const std::string_view under = plan.under;
   return whole.View().starts_with(under) &&
@@ -256,7 +198,16 @@ __attribute__((destructor(101))) void ReportAtEnd() { Report(); }
 
 int (*realMain)(int, char**, char**) = nullptr;
 
+// For an exception that nobody takes.
+[[noreturn]] void ShowWhereAndAbort() {
+  armed = false;
+  void* frames[40];
+  backtrace_symbols_fd(frames, backtrace(frames, 40), STDERR_FILENO);
+  std::abort();
+}
+
 int ArmedMain(int argc, char** argv, char** environment) {
+  std::set_terminate(ShowWhereAndAbort);
   if (startsAtMain) armed = true;
   return realMain(argc, argv, environment);
 }

@@ -13,6 +13,7 @@
 #include "faults/ledger.h"
 #include "faults/torture.h"
 #include "support/collector.h"
+#include "support/test_certificates.h"
 #include "support/wait_until.h"
 #include "syslog/syslog_fixture.h"
 
@@ -24,6 +25,8 @@ constexpr std::chrono::seconds kSoon(3);
 
 class TorturedSyslog : public SyslogTest {
  protected:
+  explicit TorturedSyslog(bool tls = false) : collector_(tls ? IdentityIn(folder_) : Identity{}) {}
+
   // Empties what a run has left.
   void Clear() {
     std::filesystem::remove_all(kStore);
@@ -50,12 +53,16 @@ class TorturedSyslog : public SyslogTest {
     SettingsWithin(protocol, collector_.Port(), more);
   }
 
+  [[nodiscard]] bool HasReadSettings(const WKSyslogSender& sender) const {
+    return sender.protocol == expected_ && sender.serverPort != SyslogConfig().serverPort;
+  }
+
   // Sends lines, lets the store be sent again, and ends.
   void SendLines(Ledger& ledger, bool& told) {
     WKSyslogSender sender;
     sender.SetSafeDelivery(true);
     // Settings that cannot be read are reported, and leave the defaults.
-    if (sender.protocol != expected_) {
+    if (!HasReadSettings(sender)) {
       told = true;
       return;
     }
@@ -118,6 +125,12 @@ class TorturedSyslog : public SyslogTest {
     return torture;
   }
 
+  static Identity IdentityIn(const AgentHome& folder) {
+    return CertificateAuthority(folder.Path("tmp"), "ca")
+        .Issue({.alternativeNames = "DNS:collector"});
+  }
+
+  const AgentHome folder_;
   CollectorProcess collector_;
   SyslogProtocol expected_ = SyslogConfig::TCP;
 };
@@ -163,7 +176,7 @@ TEST_F(TorturedSyslog, KeepsWhatItTookWhereTheStoreFails) {
       if (told) return Account(ledger, told);
       WKSyslogSender later;
       later.SetSafeDelivery(true);
-      told = told || later.protocol != expected_;
+      told = told || !HasReadSettings(later);
       if (!told) later.retryHandler.retryPendingFiles();
     } catch (const std::bad_alloc&) {
       told = true;
@@ -181,6 +194,32 @@ TEST_F(TorturedSyslog, KeepsWhatItTookWhereTheStoreFails) {
                 {"read", "errno:EIO"},
                 {"unlink", "errno:EROFS"},
                 {"allocate", "errno:ENOMEM"}});
+}
+
+TEST_F(TorturedSyslog, OverUdpSaysWhatItCouldNotSend) {
+  expected_ = SyslogConfig::UDP;
+  Settings("UDP");
+  Tortured().Allowing(2).Fail({{"socket", "errno:EMFILE"},
+                               {"socket", "errno:EMFILE", 0},
+                               {"send", "errno:ENETUNREACH"},
+                               {"allocate", "errno:ENOMEM"}});
+}
+
+class TorturedTls : public TorturedSyslog {
+ protected:
+  TorturedTls() : TorturedSyslog(true) {
+    expected_ = SyslogConfig::TLS;
+    Settings("TLS", "<tls><ca_cert>" + folder_.Path("tmp/ca.pem") +
+                        "</ca_cert><server_name>collector</server_name></tls>");
+  }
+};
+
+TEST_F(TorturedTls, KeepsWhatItTookWhereTlsFails) {
+  Tortured().Fail({{"tls", "errno:EIO"}, {"tls", "errno:EIO", 0}, {"connect", "errno:EIO"}});
+}
+
+TEST_F(TorturedTls, KeepsWhatItTookWhereMemoryRunsOut) {
+  Tortured().Allowing(4).AtMost(40).Fail({{"allocate", "errno:ENOMEM"}});
 }
 
 }  // namespace

@@ -4,13 +4,11 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <iostream>
 #include <mutex>
 #include <new>
 #include <system_error>
 
-#include <execinfo.h>
 #include <gtest/gtest.h>
 #include <libxml/xmlerror.h>
 #include <sys/mman.h>
@@ -20,6 +18,7 @@
 
 #include "core/handles.h"
 #include "faults/fault_control.h"
+#include "faults/most_places.h"
 #include "support/sanitized.h"
 
 #ifdef WKAGENT_TEST_SANITIZED
@@ -34,17 +33,6 @@ constexpr int kPassed = 0;
 constexpr int kNotHit = 10;
 constexpr int kWrong = 11;
 
-// WKAGENT_TORTURE=all takes all places.
-long MostPlaces(long most) {
-  const char* const wanted = std::getenv("WKAGENT_TORTURE");
-  if (wanted != nullptr && std::string(wanted) == "all") return 1'000'000;
-#ifdef WKAGENT_TEST_SANITIZED
-  return std::min(most, 40L);
-#else
-  return std::min(most, 150L);
-#endif
-}
-
 // In the child, where nothing of what the test has open is flushed twice.
 [[noreturn]] void Leave(int status) {
   std::fflush(nullptr);
@@ -52,13 +40,6 @@ long MostPlaces(long most) {
   if (status == kPassed && __lsan_do_recoverable_leak_check() != 0) status = kWrong;
 #endif
   _exit(status);
-}
-
-// For an exception that nobody takes.
-[[noreturn]] void ShowWhereAndAbort() {
-  std::array<void*, 40> frames{};
-  backtrace_symbols_fd(frames.data(), backtrace(frames.data(), frames.size()), STDERR_FILENO);
-  std::abort();
 }
 
 // libxml2 keeps its latest error.
@@ -83,7 +64,6 @@ int InChildProcess(Body body, std::string& errors) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     dup2(captured.Get(), STDERR_FILENO);
     alarm(kLongest);
-    std::set_terminate(ShowWhereAndAbort);
     Leave(body());
   }
   int status = 0;

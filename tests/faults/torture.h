@@ -80,7 +80,7 @@ class Torture {
   std::vector<std::pair<std::string, std::string>> files_;
   bool atFirstUse_ = false;
   long allowed_ = 0;
-  long most_ = 1000;
+  long most_ = 100;
   bool losesNothing_ = false;
   std::string under_;
   std::function<void()> prepare_ = [] {};
