@@ -1,6 +1,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include <libxml/xmlwriter.h>
@@ -41,7 +42,13 @@ WKOutputFile::WKOutputFile(char* file, const char* root, const char* group)
   wkagent::CopyBounded(groupElement, group);
 }
 
-WKOutputFile::~WKOutputFile() { CloseFile(); }
+WKOutputFile::~WKOutputFile() {
+  try {
+    CloseFile();
+  } catch (const std::bad_alloc&) {
+    // The document is closed by then; that it is on the disk cannot be made sure of.
+  }
+}
 
 int WKOutputFile::OpenFile() {
   // A document that is still open is not completed, only released; what it had not yet written
