@@ -49,7 +49,7 @@ def main():
     work, home = map(pathlib.Path, sys.argv[1:])
     samples = [[int(cell) for cell in row] for row in read_rows(work / "samples.tsv")]
     restarts = collections.Counter(name for _, name in read_rows(work / "restarts.tsv"))
-    print(f"{samples[-1][0] // 60} minutes; restarts:",
+    print(f"{round(samples[-1][0] / 60)} minutes; restarts:",
           ", ".join(f"{name} {count}" for name, count in sorted(restarts.items())))
     confirmed = (work / "confirmed").read_text().split()
     fine = check_records(confirmed, count_additions(home))

@@ -8,12 +8,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
+#include <iterator>
 #include <optional>
 #include <random>
 #include <set>
 #include <sstream>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,6 +46,18 @@ std::set<std::string> QuotedIn(const std::string& text) {
   std::istringstream parts(text);
   for (std::string part; std::getline(parts, part, '"');) quoted.insert(part);
   return quoted;
+}
+
+// How many of the events that `some` has are not in `others`.
+std::size_t CountMissing(AuditedEvents some, AuditedEvents others) {
+  std::vector<std::string> missing;
+  for (auto list : {&AuditedEvents::changes, &AuditedEvents::logins}) {
+    std::sort((some.*list).begin(), (some.*list).end());
+    std::sort((others.*list).begin(), (others.*list).end());
+    std::set_difference((some.*list).begin(), (some.*list).end(), (others.*list).begin(),
+                        (others.*list).end(), std::back_inserter(missing));
+  }
+  return missing.size();
 }
 
 class RandomKills : public ::testing::Test {
@@ -127,14 +141,17 @@ TEST_F(RandomKills, UnderLoadLoseAndDoubleNoEvent) {
   EXPECT_EQ(0, agent_->Wait()) << agent_->Errors();
   ExpectConserved(agent_->Output());
   fs::remove(home_.Path("tmp/followed.position"));  // which stays, and is no remains of a crash
-  EXPECT_EQ(expected_, ReadHomes({home_.Path()}).at(home_.Path()));
+  const AuditedEvents found = ReadHomes({home_.Path()}).at(home_.Path());
+  EXPECT_EQ(expected_, found);
   const std::set<std::string> forwarded = QuotedIn(StoredLines());
   for (const std::string& change : expected_.changes) {
     ASSERT_TRUE(forwarded.contains(change.substr(0, change.find('=')))) << change;
   }
-  std::cout << "figures: kills " << kills << " events " << end_ << " changes "
-            << expected_.changes.size() << " logins " << expected_.logins.size() << " archives "
-            << home_.TakeArchives() << std::endl;
+  RecordProperty("kills", kills);
+  RecordProperty("events", end_);
+  RecordProperty("archives", std::to_string(home_.TakeArchives()));
+  RecordProperty("lost", std::to_string(CountMissing(expected_, found)));
+  RecordProperty("doubled", std::to_string(CountMissing(found, expected_)));
 }
 
 }  // namespace
