@@ -1,8 +1,10 @@
 #include "agent/directory_connection.h"
 
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <string_view>
+#include <thread>
 
 #include <unistd.h>
 
@@ -74,6 +76,17 @@ int Bind(LDAP* ldap, const tagLDAPConfig& config) {
   return code;
 }
 
+// A server that has just answered may take that request for outstanding for a moment, and refuses.
+int StartTls(LDAP* ldap) {
+  constexpr int kTries = 10;
+  int code = LDAP_OPERATIONS_ERROR;
+  for (int i = 0; i < kTries && code == LDAP_OPERATIONS_ERROR; ++i) {
+    if (i > 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    code = ldap_start_tls_s(ldap, nullptr, nullptr);
+  }
+  return code;
+}
+
 std::int64_t PortOf(const tagLDAPConfig& config) {
   return config.PortNumber == 0 ? kDefaultPort : config.PortNumber;
 }
@@ -127,7 +140,7 @@ LdapPtr ConnectDirectory(const tagLDAPConfig& config, const std::string& caFile,
     if (const int code = AskForStartTls(ldap.get(), encrypted); code != LDAP_SUCCESS) {
       return fail("connecting", code);
     }
-    const int code = encrypted ? ldap_start_tls_s(ldap.get(), nullptr, nullptr) : LDAP_SUCCESS;
+    const int code = encrypted ? StartTls(ldap.get()) : LDAP_SUCCESS;
     if (code != LDAP_SUCCESS) return fail("STARTTLS", code);
   }
   if (const int code = Bind(ldap.get(), config); code != LDAP_SUCCESS) return fail("binding", code);
