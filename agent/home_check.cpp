@@ -67,7 +67,8 @@ class HomeCheck {
   }
 
   void CheckWritten(const std::string& path) {
-    if (IsOwnFileOrNothing(path.c_str())) return;
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || IsOwnFile(status)) return;
     Add(path,
         "is a link, has a second name, or is no file; the agent does not write to it. Find "
         "out who made it, and remove it");

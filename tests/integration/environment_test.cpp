@@ -10,6 +10,7 @@
 
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include "integration/agent_test.h"
 #include "support/memory.h"
@@ -198,8 +199,12 @@ TEST_F(Environment, ATimeZoneThatIsChangedIsTakenOver) {
 // As an unprivileged user, whom modes hold back.
 class WithoutRights : public AgentTest {
  protected:
+  static constexpr unsigned kNobody = 65534;
+
   WithoutRights() {
-    for (const char* folder : {".", "bin", "config", "outbox", "tmp"}) SetMode(folder, 0777);
+    for (const char* folder : {".", "bin", "config", "outbox", "tmp"}) {
+      EXPECT_EQ(0, chown(home_.Path(folder).c_str(), kNobody, kNobody));
+    }
   }
 
   void SetMode(const std::string& folder, unsigned mode) const {
@@ -207,7 +212,8 @@ class WithoutRights : public AgentTest {
   }
 
   [[nodiscard]] Ended AuditAsNobody() const {
-    std::vector<std::string> command = {"setpriv", "--reuid=65534", "--regid=65534",
+    const std::string nobody = std::to_string(kNobody);
+    std::vector<std::string> command = {"setpriv", "--reuid=" + nobody, "--regid=" + nobody,
                                         "--clear-groups"};
     const std::vector<std::string> agent = Command("jsonl:-");
     command.insert(command.end(), agent.begin(), agent.end());
@@ -226,12 +232,12 @@ TEST_F(WithoutRights, AnOutboxThatCannotBeWrittenLosesNoRecord) {
 TEST_F(WithoutRights, AFolderThatCannotBeUsedIsNamed) {
   const std::pair<const char*, int> folders[] = {{"bin", 78}, {"config", 78}, {"tmp", 73}};
   for (const auto& [folder, status] : folders) {
-    SetMode(folder, 0700);
+    SetMode(folder, 0000);
     const Ended ended = AuditAsNobody();
     EXPECT_EQ(status, ended.status) << folder << ended.errors;
     EXPECT_THAT(ended.errors, HasSubstr(std::string("/") + folder)) << folder;
     EXPECT_THAT(ended.errors, HasSubstr("Permission denied")) << folder;
-    SetMode(folder, 0777);
+    SetMode(folder, 0755);
   }
 }
 
