@@ -56,6 +56,7 @@ std::string Content(const Fd& file) {
   for (int stream = 0; stream < 3; ++stream) {
     ready = ready && dup2(streams[static_cast<std::size_t>(stream)], stream) == stream;
   }
+  ready = ready && close_range(3, ~0U, 0) == 0;  // what the test's own parent left open, too
   if (ready) execvp(arguments[0], arguments);
   _exit(127);
 }
