@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <utility>
 
 #include "faults/failing_call.h"
 
@@ -28,10 +29,32 @@ WKAGENT_PARTIAL(__recv_chk, (int socket, void* data, std::size_t size, std::size
 
 WKAGENT_FALLIBLE(void*, SSL_CTX_new, (const void* method), kTls, {}, nullptr, method)
 WKAGENT_FALLIBLE(void*, SSL_new, (void* context), kTls, {}, nullptr, context)
-WKAGENT_FALLIBLE(int, SSL_connect, (void* tls), kTls, {}, -1, tls)
-WKAGENT_FALLIBLE(int, SSL_read, (void* tls, void* data, int size), kTls, {}, -1, tls, data, size)
-WKAGENT_FALLIBLE(int, SSL_write, (void* tls, const void* data, int size), kTls, {}, -1, tls, data,
+
+namespace {
+
+thread_local bool tlsFailed = false;
+
+int FailTls() {
+  tlsFailed = true;
+  return -1;
+}
+
+wkagent::faults::NextFunction<int(const void* tls, int result)> next_SSL_get_error("SSL_get_error");
+
+}  // namespace
+
+WKAGENT_FALLIBLE(int, SSL_connect, (void* tls), kTls, {}, FailTls(), tls)
+WKAGENT_FALLIBLE(int, SSL_read, (void* tls, void* data, int size), kTls, {}, FailTls(), tls, data,
                  size)
+WKAGENT_FALLIBLE(int, SSL_write, (void* tls, const void* data, int size), kTls, {}, FailTls(), tls,
+                 data, size)
+
+// Of a call that never came to the library, that would tell what the one before it wanted.
+WKAGENT_REPLACED(int, SSL_get_error, (const void* tls, int result)) {
+  constexpr int kSystemCall = 5;  // SSL_ERROR_SYSCALL
+  if (std::exchange(tlsFailed, false)) return kSystemCall;
+  return next_SSL_get_error(tls, result);
+}
 
 // Its result is the error.
 WKAGENT_FALLIBLE(int, pthread_create,
