@@ -1,8 +1,10 @@
 // Remote syslog, sent, stored and sent again, while calls fail.
 
+#include <array>
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -57,8 +59,43 @@ class TorturedSyslog : public SyslogTest {
     return sender.protocol == expected_ && sender.serverPort != SyslogConfig().serverPort;
   }
 
-  // Sends lines, lets the store be sent again, and ends.
+  // Lines, and which of them were taken.
+  struct Batch {
+    std::vector<std::string> names;
+    std::vector<std::string> lines;
+    std::array<bool, kLines> taken = {};
+  };
+
+  // Sends lines, lets the store be sent again, and ends. All that the test does on its own account
+  // comes before and after: a pause of the faults would hold for the sender's thread as well.
   void SendLines(Ledger& ledger, bool& told) {
+    Batch batch = NewBatch(ledger);
+    try {
+      Send(batch, told);
+    } catch (...) {
+      NoteTaken(ledger, batch);
+      throw;
+    }
+    NoteTaken(ledger, batch);
+  }
+
+  static Batch NewBatch(Ledger& ledger) {
+    const WithoutFaults within;
+    Batch batch;
+    for (int i = 0; i < kLines; ++i) {
+      batch.names.push_back(ledger.NextName());
+      batch.lines.push_back("<110>1 - host wkagentd - EDA - " + batch.names.back());
+    }
+    return batch;
+  }
+
+  static void NoteTaken(Ledger& ledger, const Batch& batch) {
+    for (std::size_t i = 0; i < batch.taken.size(); ++i) {
+      if (batch.taken[i]) ledger.NoteTaken(batch.names[i]);
+    }
+  }
+
+  void Send(Batch& batch, bool& told) {
     WKSyslogSender sender;
     sender.SetSafeDelivery(true);
     // Settings that cannot be read are reported, and leave the defaults.
@@ -66,23 +103,13 @@ class TorturedSyslog : public SyslogTest {
       told = true;
       return;
     }
-    for (int i = 0; i < kLines; ++i) {
-      const std::string name = ledger.NextName();
-      const std::string line = WithoutFaultsLine(name);
-      if (sender.send(line)) {
-        ledger.NoteTaken(name);
-      } else {
-        told = true;
-      }
+    for (std::size_t i = 0; i < batch.lines.size(); ++i) {
+      batch.taken[i] = sender.send(batch.lines[i]);
+      told = told || !batch.taken[i];
     }
     told = !sender.WaitUntilEmpty(kSoon) || told;
     sender.retryHandler.retryPendingFiles();
     told = sender.GetCounters().dropped > 0 || told;
-  }
-
-  static std::string WithoutFaultsLine(const std::string& name) {
-    const WithoutFaults within;
-    return "<110>1 - host wkagentd - EDA - " + name;
   }
 
   Outcome Round(const AgentHome& home) {
