@@ -87,11 +87,12 @@ std::vector<std::string> FilesSetAside(const std::string& liveFile) {
   (void)ListFolder(folder.c_str(), names);  // what cannot be listed now is archived later
   std::vector<std::string> files;
   for (const std::string& name : names) {
-    if (name.starts_with(prefix) &&
-        IsNameOfSetAside(std::string_view(name).substr(prefix.size())) &&
-        IsOwnFileOrNothing((folder + "/" + name).c_str())) {
-      files.push_back(liveFile + name.substr(prefix.size() - 1));
+    if (!name.starts_with(prefix) ||
+        !IsNameOfSetAside(std::string_view(name).substr(prefix.size()))) {
+      continue;
     }
+    const std::string path = liveFile + name.substr(prefix.size() - 1);
+    if (IsOwnFileOrNothing(path.c_str())) files.push_back(path);
   }
   return files;
 }
