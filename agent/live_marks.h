@@ -24,9 +24,8 @@ class LiveMarks {
   // that begin like one.
   [[nodiscard]] bool FromText(std::string_view& text);
 
-  // Cuts the files in the folder of `path`-like names back to what the marks say. Returns what the
-  // operator should know, a line each. A file that no mark tells of, or that is not the one that
-  // was marked, keeps everything.
+  // Cuts the marked files back to what the marks say. Returns what the operator should know, a line
+  // each. A file that no mark tells of, or that is not the one that was marked, keeps everything.
   [[nodiscard]] std::vector<std::string> CutBack() const;
 
  private:

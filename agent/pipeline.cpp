@@ -73,8 +73,8 @@ void Pipeline::OnMalformed(long line, std::string_view reason) {
   Report(text.append(": ").append(reason).append("; skipped"));
 }
 
-// What failed to be written is read again after the next start.
-
+// Once an event could not be written, the place stays where it is: the event is read again after
+// the next start.
 void Pipeline::OnPlace(const FeedPlace& place, std::int64_t items) {
   if (tracker_ == nullptr || Failed()) return;
   tracker_->OnPlace(place, items);

@@ -133,7 +133,7 @@ TEST_F(TorturedAgent, EndsWithAMessageOrGoesOnWhereMemoryRunsOut) {
 TEST_F(TorturedAgent, EndsWithAMessageOrGoesOnWhereFilesFail) {
   const std::string feed = "jsonl:" + home_.Path("feed.jsonl");
   for (const Failure& failure : {Failure{"open", "errno:EMFILE"}, Failure{"write", "errno:ENOSPC"},
-                                 Failure{"write", "errno:ENOSPC", 0}, Failure{"write", "short"},
+                                 Failure{"write", "errno:EDQUOT", 0}, Failure{"write", "short"},
                                  Failure{"read", "errno:EIO"}, Failure{"rename", "errno:ENOSPC", 0},
                                  Failure{"stream", "errno:ENOSPC"}, Failure{"lock", "errno:EIO"},
                                  Failure{"watch", "errno:ENOSPC", 0}}) {

@@ -103,7 +103,7 @@ TEST(TorturedOutput, LosesNoRecordThatItHasTakenWhereMemoryRunsOut) {
 
 TEST(TorturedOutput, LosesNoRecordThatItHasTakenWhereWritingFails) {
   Torture(Write).Fail({{"write", "errno:ENOSPC"},
-                       {"write", "errno:ENOSPC", 0},
+                       {"write", "errno:EDQUOT", 0},
                        {"open", "errno:EMFILE"},
                        {"open", "errno:EMFILE", 0}});
 }

@@ -13,6 +13,8 @@
 #include <unistd.h>
 
 #include "integration/agent_test.h"
+#include "support/collector.h"
+#include "support/conservation.h"
 #include "support/memory.h"
 #include "support/private_root.h"
 #include "support/set_clock.h"
@@ -196,6 +198,40 @@ TEST_F(Environment, ATimeZoneThatIsChangedIsTakenOver) {
   });
 }
 
+TEST_F(Environment, APositionThatCannotBeWrittenIsReportedAndWrittenLater) {
+  InPrivateRoot([this] {
+    MountTmpfs(home_.Path("tmp"), "nr_inodes=20");
+    home_.Write("config/EDAFilter.xml", FilterFile({KeepAll()}));
+    const std::string events = home_.Path("config/events");
+    const auto append = [&](int first, int end) {
+      std::ofstream(events, std::ios::app) << Numbered(first, end);
+      ASSERT_TRUE(WaitForEvent(end - 1)) << agent_->Errors();
+    };
+    const auto stop = [&] {
+      agent_->Signal(SIGTERM);
+      EXPECT_EQ(0, agent_->Wait()) << agent_->Errors();
+    };
+    home_.Write("config/events", "");
+    agent_.emplace(Command("jsonl:" + events, {"--follow"}));
+    append(0, 10);
+    std::vector<std::string> fillers;
+    do {
+      fillers.push_back(home_.Path("tmp/filler" + std::to_string(fillers.size())));
+    } while (std::ofstream(fillers.back()).is_open());
+    append(10, 20);
+    ASSERT_TRUE(
+        WaitForMessage("tmp/followed.position: No space left on device; after a restart some "
+                       "events would be written again"));
+    for (const std::string& filler : fillers) std::filesystem::remove(filler);
+    append(20, 30);
+    stop();
+    agent_.emplace(Command("jsonl:" + events, {"--follow"}));
+    append(30, 40);
+    stop();
+    EXPECT_EQ(Range(0, 40), SortedNumbers());
+  });
+}
+
 // As an unprivileged user, whom modes hold back.
 class WithoutRights : public AgentTest {
  protected:
@@ -252,22 +288,33 @@ class ManyFiles : public AgentTest {
   }
 };
 
-TEST_F(ManyFiles, InOutboxAndSpoolDoNotHoldUpTheStart) {
+TEST_F(ManyFiles, InOutboxSpoolAndRetryStoreDoNotHoldUpTheStart) {
   InPrivateRoot([this] {
     MountTmpfs(HomePath(), "size=1g");
     for (const char* folder : {"bin", "config", "outbox", "tmp"}) {
       std::filesystem::create_directory(home_.Path(folder));
     }
+    MountTmpfs("/opt", "size=1g");
+    const std::string product = "/opt/mossgrove/";
+    for (const char* folder : {"config", "log", "auditdata/nsa"}) {
+      std::filesystem::create_directories(product + folder);
+    }
+    const Collector collector;
+    std::ofstream(product + "config/syslog_config.xml")
+        << "<syslog><host>127.0.0.1</host><protocol>TCP</protocol><port>" << collector.Port()
+        << "</port></syslog>";
     home_.Write("config/EDAFilter.xml", FilterFile({KeepAll()}));
     for (int number = 0; number < kFiles; ++number) {
       home_.Write("outbox/EDA" + Stamp(number) + ".xml", "");
       home_.Write("tmp/SMTP." + Stamp(number) + ".txt", "");
+      std::ofstream(product + "auditdata/nsa/nsa_batch_" + Stamp(number) + "_1_1.log") << "line\n";
     }
-    Process agent(Command("jsonl:-"), Input::kFromTest);
+    Process agent(Command("jsonl:-", {"--syslog"}), Input::kFromTest);
     agent.Write(Numbered(0, 1100));
     EXPECT_TRUE(WaitForEvent(1099)) << agent.Errors();
     agent.CloseInput();
     EXPECT_EQ(0, agent.Wait()) << agent.Errors();
+    ExpectConserved(agent.Output());
     EXPECT_LT(agent.PeakMemory(), MostMemory(64 * 1024));
     EXPECT_EQ(static_cast<std::size_t>(kFiles + 2), home_.Archives().size());
   });

@@ -51,6 +51,15 @@ TEST_F(SyslogRetryPass, FollowsTheByteWiseOrderOfNames) {
                                         "Z.log", "a.txt"));
 }
 
+TEST_F(SyslogRetryPass, SendsAHundredThousandFilesInOrder) {
+  constexpr int kFiles = 100000;
+  std::vector<std::string> lines;
+  for (int number = kFiles; number < 2 * kFiles; ++number) lines.push_back(std::to_string(number));
+  for (const std::string& line : lines) PutBatchFile("nsa_batch_" + line, line + '\n');
+  EXPECT_EQ(PassOffers(), lines);
+  EXPECT_THAT(BatchFiles(), IsEmpty());
+}
+
 TEST_F(SyslogRetryPass, TakesEveryNameWithThePrefixAndNoOther) {
   for (const char* name : {"nsa_batch_", "nsa_batch_old.txt", "nsa_batch_x.log.gz"}) {
     PutBatchFile(name, std::string(name) + '\n');
