@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include <linux/prctl.h>
 #include <sched.h>
@@ -35,8 +36,7 @@ class Filter {
 
   // Allows a call where one argument, as far as `mask` reaches, is `value`.
   void AllowIf(int call, unsigned argument, std::uint64_t mask, std::uint64_t value) {
-    Note(seccomp_rule_add(Get(), SCMP_ACT_ALLOW, call, 1,
-                          SCMP_CMP64(argument, SCMP_CMP_MASKED_EQ, mask, value)));
+    AllowIfAll(call, {{argument, SCMP_CMP_MASKED_EQ, mask, value}});
   }
 
   // The same for an argument of 32 bits, of which the kernel looks at no more.
@@ -44,9 +44,9 @@ class Filter {
     AllowIf(call, argument, UINT32_MAX, value);
   }
 
-  // Allows a call where two arguments are these.
-  void AllowIfBoth(int call, scmp_arg_cmp first, scmp_arg_cmp second) {
-    Note(seccomp_rule_add(Get(), SCMP_ACT_ALLOW, call, 2, first, second));
+  // Allows a call where two arguments are 0.
+  void AllowIfBothAreNull(int call, unsigned first, unsigned second) {
+    AllowIfAll(call, {{first, SCMP_CMP_EQ, 0, 0}, {second, SCMP_CMP_EQ, 0, 0}});
   }
 
   // Empty, or what went wrong.
@@ -59,6 +59,11 @@ class Filter {
   struct Releaser {
     void operator()(void* context) const { seccomp_release(context); }
   };
+
+  void AllowIfAll(int call, const std::vector<scmp_arg_cmp>& arguments) {
+    Note(seccomp_rule_add_array(Get(), SCMP_ACT_ALLOW, call,
+                                static_cast<unsigned>(arguments.size()), arguments.data()));
+  }
 
   [[nodiscard]] scmp_filter_ctx Get() const { return context_.get(); }
   void Note(int result) {
@@ -93,7 +98,7 @@ void AllowByArguments(Filter& filter) {
     filter.AllowIfInt(SCMP_SYS(prctl), 0, static_cast<std::uint32_t>(option));
   }
   // Its own limits, to look at.
-  filter.AllowIfBoth(SCMP_SYS(prlimit64), SCMP_A0_32(SCMP_CMP_EQ, 0), SCMP_A2_64(SCMP_CMP_EQ, 0));
+  filter.AllowIfBothAreNull(SCMP_SYS(prlimit64), 0, 2);
   // Signals to itself, by which it ends itself.
   for (const int call : {SCMP_SYS(kill), SCMP_SYS(tgkill)}) {
     filter.AllowIfInt(call, 0, static_cast<std::uint32_t>(getpid()));

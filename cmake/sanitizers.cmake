@@ -3,7 +3,9 @@
 function(wkagent_target_sanitizers target)
   if(WKAGENT_SANITIZE)
     target_compile_options(${target} PRIVATE
-      -fsanitize=${WKAGENT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+      -fsanitize=${WKAGENT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+      # Looks at objects through a pipe, and takes them for broken where there is no descriptor left.
+      -fno-sanitize=vptr)
     target_link_options(${target} PRIVATE -fsanitize=${WKAGENT_SANITIZE})
   endif()
   if(WKAGENT_COVERAGE)

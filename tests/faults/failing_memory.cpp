@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <new>
 
+#include <pthread.h>
+
 #include "faults/failing_call.h"
 
 namespace {
@@ -22,6 +24,7 @@ NextFunction<void*(void*, std::size_t)> nextRealloc("realloc");
 NextFunction<void*(std::size_t, std::size_t)> nextAlignedAlloc("aligned_alloc");
 NextFunction<int(void**, std::size_t, std::size_t)> nextPosixMemalign("posix_memalign");
 NextFunction<void(void*)> nextFree("free");
+NextFunction<int(pthread_t, pthread_attr_t*)> nextGetAttributes("pthread_getattr_np");
 NextFunction<void*(std::size_t)> nextNew("_Znwm");
 NextFunction<void*(std::size_t)> nextNewArray("_Znam");
 NextFunction<void*(std::size_t, std::align_val_t)> nextAlignedNew("_ZnwmSt11align_val_t");
@@ -49,12 +52,17 @@ struct Inside {
   ~Inside() { --depth; }
 };
 
+// A call of the thread's that must not fail is under way.
+__attribute__((tls_model("initial-exec"))) thread_local bool spared = false;
+
+bool IsSpared(const void* caller) { return spared || IsInLoader(caller); }
+
 // The block that `take` gives, or null where this call is to fail.
 template <typename Take>
 void* Taken(const void* caller, Take take) {
   if (depth > 0) return take();
   const Inside inside;
-  if (IsInLoader(caller)) {
+  if (IsSpared(caller)) {
     void* const block = take();
     if (block != nullptr) CountLive(1);
     return block;
@@ -115,7 +123,7 @@ WKAGENT_REPLACED(void*, realloc, (void* block, std::size_t size)) {
     replaced_free(block);
     return nullptr;
   }
-  if (depth > 0 || IsInLoader(WKAGENT_CALLER)) return nextRealloc(block, size);
+  if (depth > 0 || IsSpared(WKAGENT_CALLER)) return nextRealloc(block, size);
   const Inside inside;
   const Turn turn(Call::kAllocate);
   return turn.Fails() ? nullptr : nextRealloc(block, size);
@@ -133,6 +141,14 @@ WKAGENT_REPLACED(int, posix_memalign, (void** block, std::size_t alignment, std:
     return result == 0 ? fresh : nullptr;
   });
   if (taken != nullptr) *block = taken;
+  return result;
+}
+
+// A sanitizer asks where a new thread's stack lies, and ends the process where it gets no answer.
+WKAGENT_REPLACED(int, pthread_getattr_np, (pthread_t thread, pthread_attr_t* attributes)) {
+  spared = true;
+  const int result = nextGetAttributes(thread, attributes);
+  spared = false;
   return result;
 }
 

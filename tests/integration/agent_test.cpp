@@ -144,15 +144,18 @@ std::string Numbered(int first, int end) {
   return lines;
 }
 
+std::vector<std::string> Through(std::vector<std::string> starter,
+                                 const std::vector<std::string>& command) {
+  starter.insert(starter.end(), command.begin(), command.end());
+  return starter;
+}
+
 AgentTest::AgentTest() { home_.Write("config/EDAFilter.xml", FilterFile({KeepAll()})); }
 
 std::vector<std::string> AgentTest::Command(const std::string& feed,
                                             const std::vector<std::string>& more) const {
   // Without sending: a test must not write mail or log entries on the machine that it runs on.
-  std::vector<std::string> command = {WKAGENT_AGENT,   "--home", HomePath(),
-                                      "--hold-alerts", "--feed", feed};
-  command.insert(command.end(), more.begin(), more.end());
-  return command;
+  return Through({WKAGENT_AGENT, "--home", HomePath(), "--hold-alerts", "--feed", feed}, more);
 }
 
 Ended AgentTest::RunAgent(const std::string& feed, std::string_view input) const {

@@ -68,6 +68,10 @@ void PrintTo(const Totals& totals, std::ostream* out);
 [[nodiscard]] std::string Numbered(int number);
 [[nodiscard]] std::string Numbered(int first, int end);
 
+// The command line of a program that starts another one: its own words, then that one's.
+[[nodiscard]] std::vector<std::string> Through(std::vector<std::string> starter,
+                                               const std::vector<std::string>& command);
+
 // A fresh home whose filter keeps everything, the agent that works in it, and what comes of it.
 class AgentTest : public ::testing::Test {
  protected:

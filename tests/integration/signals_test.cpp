@@ -57,10 +57,8 @@ class AgentSignals : public AgentTest {
   // Has a shell run the agent on a malformed line and three events; `line` stands for how, and
   // writes the agent's status into the file "status".
   std::string StatusInShell(const std::string& line) {
-    std::vector<std::string> command = {"sh", "-c", line, "sh"};
-    const std::vector<std::string> agent = Command("jsonl:-");
-    command.insert(command.end(), agent.begin(), agent.end());
-    RunToEnd(command, "nonsense\n" + Numbered(0, 3), HomePath());
+    RunToEnd(Through({"sh", "-c", line, "sh"}, Command("jsonl:-")), "nonsense\n" + Numbered(0, 3),
+             HomePath());
     EXPECT_TRUE(WaitUntil([&] { return home_.Read("status").ends_with('\n'); }));
     return home_.Read("status");
   }

@@ -50,9 +50,7 @@ void PrintTo(const CommandLine& line, std::ostream* out) { *out << line.name; }
 class WrongUsage : public ::testing::TestWithParam<CommandLine> {};
 
 TEST_P(WrongUsage, IsExplainedOnStandardErrorWithStatus64) {
-  std::vector<std::string> command = {WKAGENT_AGENT};
-  command.insert(command.end(), GetParam().arguments.begin(), GetParam().arguments.end());
-  const Ended ended = RunToEnd(command, {}, "/");
+  const Ended ended = RunToEnd(Through({WKAGENT_AGENT}, GetParam().arguments), {}, "/");
   EXPECT_EQ(64, ended.status);
   EXPECT_THAT(ended.output, IsEmpty());
   EXPECT_THAT(ended.errors, HasSubstr("--"));
