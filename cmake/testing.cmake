@@ -1,13 +1,12 @@
 include(GoogleTest)
 
-# Test programs are compiled once and run once: what they test is optimised and watched for undefined
-# behaviour, they need not be.
+# Test programs are compiled once and run once: what they test is optimised, hardened, and watched for
+# undefined behaviour, they need not be.
 function(wkagent_test_defaults target)
   target_compile_definitions(${target} PRIVATE
     WKAGENT_SOURCE_DIR="${PROJECT_SOURCE_DIR}" WKAGENT_BINARY_DIR="${PROJECT_BINARY_DIR}")
   wkagent_target_defaults(${target})
-  target_compile_options(${target} PRIVATE
-    $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
+  target_compile_options(${target} PRIVATE -O0 -U_FORTIFY_SOURCE)
   if(WKAGENT_SANITIZE MATCHES undefined)
     target_compile_options(${target} PRIVATE -fno-sanitize=undefined)
   endif()

@@ -150,6 +150,10 @@ std::vector<std::string> Through(std::vector<std::string> starter,
   return starter;
 }
 
+std::vector<std::string> Unwatched(const std::vector<std::string>& command) {
+  return Through({"env", "ASAN_OPTIONS=detect_leaks=0", "TSAN_OPTIONS=report_bugs=0"}, command);
+}
+
 AgentTest::AgentTest() { home_.Write("config/EDAFilter.xml", FilterFile({KeepAll()})); }
 
 std::vector<std::string> AgentTest::Command(const std::string& feed,

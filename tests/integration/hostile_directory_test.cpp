@@ -39,12 +39,22 @@ std::vector<Step> TalkUpTo(std::size_t steps) { return {kTalk.begin(), kTalk.beg
 class HostileDirectory : public AgentTest {
  protected:
   void StartAgent(int port, const std::vector<std::string>& more = {}) {
+    Start(CommandFor(port, more));
+  }
+
+  // The command line of an agent for the server at this port.
+  [[nodiscard]] std::vector<std::string> CommandFor(
+      int port, const std::vector<std::string>& more = {}) const {
     const std::string settings = "config/LDAPSettings.xml";
     home_.Write(settings, "<S><LDAPServer>127.0.0.1</LDAPServer><LDAPPortNumber>" +
                               std::to_string(port) + "</LDAPPortNumber><LDAPUserName>" +
                               DirectoryServer::kReader + "</LDAPUserName><LDAPPassword>" +
                               DirectoryServer::kPassword + "</LDAPPassword></S>");
-    agent_.emplace(Command("accesslog:" + home_.Path(settings), more));
+    return Command("accesslog:" + home_.Path(settings), more);
+  }
+
+  void Start(const std::vector<std::string>& command) {
+    agent_.emplace(command);
     EXPECT_TRUE(WaitUntil([this] { return home_.Exists("tmp/wkagentd.status"); }));
   }
 
@@ -117,7 +127,7 @@ TEST_F(HostileDirectory, SignalsAreObeyedAmidATlsRecord) {
 
 TEST_F(HostileDirectory, WithoutDescriptorsTheConnectionIsTriedAgain) {
   const RefusingPort nobody;
-  StartAgent(nobody.Port());
+  Start(Unwatched(CommandFor(nobody.Port())));
   ASSERT_TRUE(WaitForMessage("trying again in 1 s"));
   const auto limit = [this](rlim_t most) {
     const rlimit limits = {most, 1024};
@@ -130,7 +140,7 @@ TEST_F(HostileDirectory, WithoutDescriptorsTheConnectionIsTriedAgain) {
   EXPECT_TRUE(WaitUntil([&] { return agent_->Errors().size() > before.size(); }));
   EXPECT_THAT(agent_->Errors().substr(before.size()), Not(HasSubstr("Too many open files")));
   agent_->Signal(SIGTERM);
-  EXPECT_EQ(0, agent_->Wait());
+  EXPECT_EQ(0, agent_->Wait()) << agent_->Errors();
 }
 
 // A server that fails, and what the agent must say of it.
