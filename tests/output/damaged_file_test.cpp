@@ -1,17 +1,25 @@
 // Files in which a power failure has left zero bytes instead of blocks.
 
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "output/audit_file.h"
+#include "output/disk_calls.h"
 #include "output/unfinished_file.h"
 #include "support/agent_home.h"
 
 namespace wkagent::test {
 namespace {
+
+using ::testing::ElementsAre;
 
 constexpr char kDocument[] =
     "<?xml version=\"1.0\"?>\n"
@@ -98,6 +106,27 @@ TEST_F(DamagedFile, UnfinishedKeepsRecordsOnBothSidesToo) {
 TEST_F(DamagedFile, LeavesNoOtherFileBehind) {
   ASSERT_EQ(Completion::kRepaired, Complete("file", Holed(60, 61)));
   EXPECT_EQ(std::vector<std::string>{"file"}, home_.List("bin"));
+}
+
+TEST_F(DamagedFile, IsReplacedOnceItsRepairIsOnTheDisk) {
+  DiskCalls disk;
+  ASSERT_EQ(Completion::kRepaired, Complete("file", Holed(60, 61)));
+  EXPECT_THAT(disk.Take(), ElementsAre("fsync file.repaired", "rename file.repaired to file"));
+}
+
+TEST_F(DamagedFile, WhoseRepairCannotBePutOnTheDiskStaysAlone) {
+  DiskCalls disk;
+  disk.FailNames(EIO);
+  EXPECT_EQ(Completion::kFailed, Complete("file", Holed(60, 61)));
+  EXPECT_EQ(Holed(60, 61), home_.Read("bin/file"));
+  EXPECT_EQ(std::vector<std::string>{"file"}, home_.List("bin"));
+}
+
+TEST_F(DamagedFile, IsForItsOwnerAndGroupOnceRepaired) {
+  const mode_t mask = umask(0);
+  EXPECT_EQ(Completion::kRepaired, Complete("file", Holed(60, 61)));
+  umask(mask);
+  EXPECT_EQ(0640U, static_cast<unsigned>(std::filesystem::status("file").permissions()));
 }
 
 TEST_F(DamagedFile, WhoseRepairWasBrokenOffIsRepairedAgain) {

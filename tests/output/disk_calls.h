@@ -19,7 +19,7 @@ class DiskCalls {
   // The calls since the last Take, oldest first.
   [[nodiscard]] std::vector<std::string> Take();
 
-  // From now on every fdatasync, or every fsync of a folder, fails with this errno; 0 for none.
+  // From now on every fdatasync, or every fsync, fails with this errno; 0 for none.
   void FailContents(int error);
   void FailNames(int error);
 };
