@@ -16,7 +16,7 @@ namespace wkagent::test {
     return std::string(wanted) == "all" ? 1'000'000 : std::max(1L, std::atol(wanted));
   }
 #ifdef WKAGENT_TEST_SANITIZED
-  return std::min(usual, 20L);
+  return std::min(usual, 10L);
 #else
   return usual;
 #endif
