@@ -89,7 +89,7 @@ class Share:
 
 
 def shares(files):
-    """The shares of lines and branches of some sources together."""
+    """The shares of lines and branches of a list of sources together."""
     return (Share(count for source in files for count in source.lines.values()),
             Share(count for source in files for count in source.branches.values()))
 
@@ -103,8 +103,8 @@ def report_parts(files):
             inside = [source for path, source in files.items() if path.parts[0] == folder]
             if inside:
                 print(f"{folder:<26}", *shares(inside))
-        lines, branches = shares(source for path, source in files.items()
-                                 if path.parts[0] in folders)
+        lines, branches = shares([source for path, source in files.items()
+                                  if path.parts[0] in folders])
         print(f"{part:<26} {lines} {branches}\n")
         if lines.percent < lines_goal or branches.percent < branches_goal:
             missed.append(f"{part}: less than {lines_goal} % of lines or {branches_goal} % of "
