@@ -4,6 +4,7 @@
 #include <csignal>
 #include <deque>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 
 #include <sys/resource.h>
@@ -34,7 +35,9 @@ std::string Message(char number, char tag) {
 const std::vector<Step> kTalk = {{"objectClass", Message(1, '\x65')},
                                  {"cn=reader", Message(2, '\x61')}};
 
-std::vector<Step> TalkUpTo(std::size_t steps) { return {kTalk.begin(), kTalk.begin() + steps}; }
+std::vector<Step> TalkUpTo(std::size_t steps) {
+  return {kTalk.begin(), std::next(kTalk.begin(), static_cast<std::ptrdiff_t>(steps))};
+}
 
 class HostileDirectory : public AgentTest {
  protected:

@@ -82,25 +82,23 @@ TEST_F(CrashRepair, DocumentThatWasOnlyBegunIsRemoved) {
 
 // Any length of a file of logins, which has other names.
 TEST_F(CrashRepair, TornFileOfLoginsKeepsItsWholeRecords) {
-  const auto open = [] {
-    auto output =
-        std::make_unique<Logged<WKELAOutputFile>>("live.xml", "ELAuditData", "ELADataRecords");
-    output->SetSafeArchive(true);
-    EXPECT_EQ(0, output->OpenFile());
-    return output;
+  const auto with = [](auto use) {
+    Logged<WKELAOutputFile> output("live.xml", "ELAuditData", "ELADataRecords");
+    output.SetSafeArchive(true);
+    EXPECT_EQ(0, output.OpenFile());
+    use(output);
   };
   tagWKEventData event{};
   event.EventID = 21001;
-  {
-    const auto output = open();
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(0, output->WriteAuditData(&event));
-  }
+  with([&](WKELAOutputFile& output) {
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(0, output.WriteAuditData(&event));
+  });
   const std::string text = home_.Read("bin/live.xml");
   const std::size_t first = text.find("/>\n") + 3;
   const std::size_t second = text.find("/>\n", first) + 3;
   for (std::size_t size = first; size < text.size(); size += 13) {
     home_.Write("bin/live.xml", text.substr(0, size));
-    open();
+    with([](const WKELAOutputFile&) {});
     ASSERT_THAT(Archives(), SizeIs(1)) << size;
     EXPECT_THAT(ParseAuditFile(Archives()[0]).Records(), SizeIs(size < second ? 1 : 2)) << size;
     std::filesystem::remove(Archives()[0]);
